@@ -1,0 +1,218 @@
+// kx_messages.h: the catalogue: every message of the system, both wordings.
+//
+// A text with one wording is printed so in every locale; `.japanese_only()` marks a use of a pair that never prints
+// its English side. Texts that differ in nothing but their users stand here once. The memory pool's lines are in
+// kx_memory/kx_pool_messages.h, the help and version texts in kx_paras/kx_help.cpp, the counter lines of the
+// statistics in orkan/kx_statistics.cpp.
+#pragma once
+
+#include "kx_utils/kx_message.h"
+
+namespace orkan::msg {
+
+using Text = const char *;
+
+// --- driver: frame -----------------------------------------------------------------------------------------------
+inline constexpr kx_message<> kStartBanner{"☆ orkan start...\n"};
+inline constexpr kx_message<> kEndBanner{"☆ orkan end.\n"};
+inline constexpr kx_message<> kSortFailed{"\n☆ Sort failed. \n", "\n☆ソートは失敗しました。 \n"};
+inline constexpr kx_message<> kSyntaxError{"☆ Command syntax error!\n", "☆コマンドの構文は誤りがあります！\n"};
+inline constexpr kx_message<> kArgumentError{"☆ Error occurred during argument processing!\n",
+                                             "☆引数処理中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kStandardErrorBuffer{"☆ Failed to set stdout buffer!\n",
+                                                   "☆標準出力バッファの設定はできません！\n"};
+
+// --- driver: memory ----------------------------------------------------------------------------------------------
+inline constexpr kx_message<kx_i64, kx_i64> kTryDefaultMemory{
+    "☆ Failed to allocate [%ld]KB memory! Allocating default memory [%ld]KB.\n",
+    "☆[%ld]KBメモリの割当は失敗しました！デフォルトなメモリ[%ld]KBを割当します。\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kTryMinimumMemory{
+    "☆ Failed to allocate [%ld]KB memory! Allocating minimum memory [%ld]KB.\n",
+    "☆[%ld]KBメモリの割当は失敗しました！最小メモリ[%ld]KBを割当します。\n"};
+inline constexpr kx_message<kx_i64> kNoMemoryNoSort{
+    "☆ Failed to allocate [%ld]KB memory, sorting cannot be performed!\n",
+    "☆[%ld]KBメモリの割当は失敗しました、ソートできませんでした！\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kBelowMinimumMemory{
+    "☆ Cannot use memory smaller than minimum [%ld]KB! Allocating minimum memory [%ld]KB.\n",
+    "☆最小メモリ[%ld]KBより小さいメモリの利用は出来ません！最小メモリ[%ld]KBを割当します。\n"};
+inline constexpr kx_message<kx_i64> kNoMemory{"☆ Failed to allocate [%ld]KB memory!\n",
+                                              "☆[%ld]KBメモリの割当は失敗しました！\n"};
+inline constexpr kx_message<> kUseTemporaryFiles{"☆ Insufficient memory, using temporary files for sorting.\n",
+                                                 "☆メモリ不足の為、一時ファイルを使用してソートします。\n"};
+inline constexpr kx_message<kx_i64> kUseDefaultMemory{"☆ Using default memory [%ld]KB.\n",
+                                                      "☆デフォルトなメモリ[%ld]KBを使用します。\n"};
+inline constexpr kx_message<kx_i64> kMemoryLimit{
+    "最大メモリサイズ[%ld]KBを超えたので、デフォルトメモリサイズを使用する。\n"};
+inline constexpr kx_message<kx_i64> kMinimumMemory{"最小メモリサイズ[%ld]KBを使用する。\n"};
+
+// --- driver: paths and their files -------------------------------------------------------------------------------
+inline constexpr kx_message<> kMergeInputsFailed{"☆ File merge sort failed!\n",
+                                                 "☆ファイルのマージソートは失敗しました！\n"};
+inline constexpr kx_message<> kStandardInputFailed{"☆ Standard input sort failed!\n",
+                                                   "☆標準入力のソートは失敗しました！\n"};
+inline constexpr kx_message<> kSplitSortFailed{"☆ Error occurred during input file split sort!\n",
+                                               "☆入力ファイルの分割ソート中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kMergeBlocksFailed{"☆ Error occurred during temporary file merge sort!\n",
+                                                 "☆一時ファイルのマージソート中にエラーが発生しました！\n"};
+inline constexpr kx_message<Text> kTemporaryFolder{
+    "☆ Temporary folder [%s] does not exist or insufficient permissions!\n",
+    "☆一時フォルダ[%s]は存在しません、又は権限不足です！\n"};
+inline constexpr kx_message<Text> kCreateTemporaryFile{"☆ Failed to create temporary file [%s]!\n",
+                                                       "☆一時ファイル[%s]は作成できませんでした！\n"};
+inline constexpr kx_message<> kTemporaryFileBuffer{"☆ Failed to set temporary file buffer!\n",
+                                                   "☆臨時ファイルのバッファの設定はできません！\n"};
+inline constexpr kx_message<Text> kOpenTemporaryFile{"☆ Cannot open temporary file [%s]!\n",
+                                                     "☆一時ファイル[%s]は開くことはできません！\n"};
+inline constexpr kx_message<Text> kDeleteTemporaryFile{"☆ Failed to delete temporary file [%s]!\n",
+                                                       "☆一時ファイル[%s]は削除できませんでした！\n"};
+inline constexpr kx_message<Text> kOpenInputFile{"☆ Cannot open input file [%s]!\n",
+                                                 "☆入力ファイル[%s]は開くことはできません！\n"};
+inline constexpr kx_message<> kInputBuffer{"☆ Failed to set input buffer!\n", "☆入力バッファの設定はできません！\n"};
+inline constexpr kx_message<Text> kReadInputFile{"☆ Error occurred while reading input file [%s]!\n",
+                                                 "☆入力ファイル[%s]の読み込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kReadCsvHeader{"☆ Error occurred while reading CSV file header!\n",
+                                             "☆CSVファイルのヘッダ読み込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<Text> kCreateOutputFile{"☆ Cannot create output file [%s]!\n",
+                                                    "☆出力ファイル[%s]は作成できません！\n"};
+inline constexpr kx_message<Text> kCreateOutputFileHint{
+    "☆ Cannot create output file [%s]! Please check permissions.\n",
+    "☆出力ファイル[%s]は作成できません！権限不足かをご確認ください。\n"};
+inline constexpr kx_message<> kOutputBuffer{"☆ Failed to set output buffer!\n", "☆出力バッファの設定はできません！\n"};
+inline constexpr kx_message<Text> kWriteOutputFile{"☆ Error occurred while writing output file [%s]!\n",
+                                                   "☆出力ファイル[%s]の書き込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kWriteStandardOutput{"☆ Error occurred while writing to standard output!\n",
+                                                   "☆標準出力への書き込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<Text> kWriteErrorFile{"☆ Error occurred while writing error file [%s]!\n",
+                                                  "☆エラーファイル[%s]の書き込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kWriteTemporaryFile{
+    "☆ Error occurred while writing to output file during split sort!\n",
+    "☆分割ソートでは、出力ファイルの書き込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<> kStableSortFailed{"☆ In-memory stable sort failed!\n",
+                                                "☆メモリ上での安定ソートは失敗しました!\n"};
+
+// --- driver: progress (verbose) ----------------------------------------------------------------------------------
+inline constexpr kx_message<Text> kSortStarted{"Sort started. %s\n", "ソートが開始します。 %s\n"};
+inline constexpr kx_message<> kArgumentsStarted{"\n--- Argument processing started.--- \n",
+                                                "\n--- 引数処理は開始します。--- \n"};
+inline constexpr kx_message<> kLoadingStarted{"\n--- Argument loading started.--- \n",
+                                              "\n--- 引数の読み込み処理は開始します。--- \n"};
+// The doubled full stop belongs to the text.
+inline constexpr kx_message<> kLoadingCompleted{"\n--- Argument loading completed.--- \n",
+                                                "\n--- 引数の読み込み処理は完成しました。。--- \n"};
+inline constexpr kx_message<> kCheckingStarted{"\n--- Argument checking started.--- \n",
+                                               "\n--- 引数のチェック処理は開始します。--- \n"};
+inline constexpr kx_message<> kCheckingCompleted{"\n--- Argument checking completed.--- \n",
+                                                 "\n--- 引数のチェック処理は完成しました。--- \n"};
+inline constexpr kx_message<> kArgumentsCompleted{"--- Argument processing completed.---\n",
+                                                  "--- 引数処理は完成しました。---\n"};
+inline constexpr kx_message<> kPoolStarted{"\n--- Memory pool processing started.--- \n",
+                                           "\n--- メモリプール処理は開始します。--- \n"};
+inline constexpr kx_message<kx_i64> kPoolSize{"Memory pool size is [%ld]KB.\n",
+                                              "メモリプールのサイズは[%ld]KBです。\n"};
+inline constexpr kx_message<> kPoolCompleted{"--- Memory pool processing completed.--- \n",
+                                             "--- メモリプール処理は終了しました。--- \n"};
+inline constexpr kx_message<> kMergeInputsStarted{"\n--- File merge sort processing started.--- \n",
+                                                  "\n--- ファイルのマージソート処理は開始します。--- \n"};
+inline constexpr kx_message<> kMergeInputsCompleted{"--- File merge sort processing completed.--- \n",
+                                                    "--- ファイルのマージソート処理は終了しました。--- \n"};
+inline constexpr kx_message<> kStandardInputStarted{"\n--- Standard input sort processing started.--- \n",
+                                                    "\n--- 標準入力ソート処理は開始します。--- \n"};
+inline constexpr kx_message<> kStandardInputCompleted{"--- Standard input sort processing completed.--- \n",
+                                                      "--- 標準入力ソート処理は終了しました。--- \n"};
+inline constexpr kx_message<> kInMemoryStarted{"\n--- In-memory sort started.--- \n",
+                                               "\n--- メモリ上でのソートは開始します。--- \n"};
+inline constexpr kx_message<double> kInputsRead{"Input file reading took [%8.0f]ms.\n",
+                                                "入力ファイルの読み込みがかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<> kInMemoryCompleted{"--- In-memory sort completed.--- \n",
+                                                 "--- メモリ上でのソートは終了しました。--- \n"};
+inline constexpr kx_message<Text> kSplitStarted{"\n--- Split sort with temporary files started.--- %s\n",
+                                                "\n--- 一時ファイルでの分割ソートは開始します。--- %s\n"};
+inline constexpr kx_message<kx_i64> kSplitBlocks{"Number of split blocks: [%ld].\n",
+                                                 "分割したブロック数は[%ld]です。\n"};
+inline constexpr kx_message<double> kSplitTook{"Split sort took [%8.0f]ms.\n", "分割ソートがかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<Text> kSplitCompleted{"--- Split sort with temporary files completed.--- %s\n",
+                                                  "--- 一時ファイルでの分割ソートは完成しました。--- %s\n"};
+inline constexpr kx_message<Text> kMergeStarted{"\n--- Temporary file merge sort started.--- %s\n",
+                                                "\n--- 一時ファイルのマージソートは開始します。--- %s\n"};
+inline constexpr kx_message<double> kMergeTook{"Merge sort took [%8.0f]ms.\n",
+                                               "マージソートがかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<Text> kMergeCompleted{"--- Temporary file merge sort completed.--- %s\n",
+                                                  "--- 一時ファイルのマージソートは完成しました。--- %s\n"};
+
+// --- driver: closing lines (verbose) -----------------------------------------------------------------------------
+inline constexpr kx_message<kx_i64> kSortedRecords{"\nNumber of sorted records:  %ld\n",
+                                                   "\nソートされたレコード数:  %ld\n"};
+inline constexpr kx_message<Text> kSortCompleted{"Sort completed successfully. %s \n",
+                                                 "ソートが正常終了しました。 %s \n"};
+inline constexpr kx_message<kx_i64, kx_i64, kx_i64, kx_i64> kClockReadings{
+    "finish=%ld, startFirst=%ld, finish-startFirst=%ld, CLOCKS_PER_SEC=%ld, \n"};
+inline constexpr kx_message<double, double> kSortTook{"Sort took [%.0f]ms, [%.3f]s.\n",
+                                                      "ソートがかかった[%.0f]ms, [%.3f]sです。\n"};
+inline constexpr kx_message<> kRule{"------------------------------------------------------------\n"};
+inline constexpr kx_message<> kBlankLine{"\n"};
+inline constexpr kx_message<> kBlankAndRule{"\n------------------------------------------------------------\n"};
+
+// --- sorts: progress (verbose, Japanese only) --------------------------------------------------------------------
+inline constexpr kx_message<Text> kInputLoaded{"入力ファイル[%s]の読み込みは完了しました。\n"};
+inline constexpr kx_message<Text, double> kIndexTook{"[%s]がかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<double> kUnstableSortTook{"不安定ソートがかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<double> kStableSortTook{"安定ソートがかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<double> kOutputTook{"出力がかかった[%8.0f]msです。\n"};
+inline constexpr kx_message<double> kReleaseTook{"メモリ解放がかかった[%8.0f]msです。\n"};
+
+// --- option scanner ----------------------------------------------------------------------------------------------
+// The option's letter is not part of these two texts.
+inline constexpr kx_message<Text, Text> kScannerError{"%s: %s\n"};
+
+// --- options -----------------------------------------------------------------------------------------------------
+inline constexpr kx_message<Text> kInvalidOption{"☆ Invalid option [%s]!\n", "☆オプション[%s]不正です！\n"};
+inline constexpr kx_message<Text> kInvalidSize{"☆ Invalid option [W%s]!\n", "☆オプション[W%s]不正です！\n"};
+inline constexpr kx_message<Text> kInvalidBufferSize{"☆ Invalid buffer size [%s]!\n",
+                                                     "☆バッファサイズ[%s]不正です！\n"};
+inline constexpr kx_message<> kNoOptionMemory{"☆ Failed to allocate memory for the options!\n",
+                                              "☆オプション用メモリの割当は失敗しました！\n"};
+inline constexpr kx_message<> kSortAscending{"☆ Sort all records in ascending order\n", "☆全レコードを昇順ソート\n"};
+inline constexpr kx_message<> kSortDescending{"☆ Sort all records in descending order\n", "☆全レコードを降順ソート\n"};
+inline constexpr kx_message<> kFirstLineHeader{"☆ Treat first line as header\n", "☆先頭の行をヘッダとして扱う\n"};
+inline constexpr kx_message<char> kFlag{"-%c\n"};
+inline constexpr kx_message<Text> kEchoDelimiter{"ソートの区切りとしてのデリミタは: %s\n"};
+inline constexpr kx_message<Text> kEchoNewline{"入力データの改行コードは: %s\n"};
+inline constexpr kx_message<Text> kEchoErrorFile{"エラーファイルは: %s\n"};
+inline constexpr kx_message<Text> kEchoOutputFile{"出力ファイルは: %s\n"};
+inline constexpr kx_message<Text> kEchoTemporaryFolder{"一時フォルダは: %s\n"};
+inline constexpr kx_message<kx_i64, Text> kEchoKey{"ソートキー%ldは:%s\n"};
+inline constexpr kx_message<kx_i64> kEchoRecordLength{"レコード長は: %ld\n"};
+inline constexpr kx_message<kx_i64> kEchoMemorySize{"バッファサイズ：[%ldMB]\n"};
+inline constexpr kx_message<kx_i64, Text> kEchoInputFile{"入力ファイル%ldのパスは: %s\n"};
+
+// --- settings ----------------------------------------------------------------------------------------------------
+inline constexpr kx_message<Text> kInvalidNewline{"☆ Invalid newline code [%s]!\n", "☆改行コード[%s]は不正です！\n"};
+inline constexpr kx_message<kx_i64, Text> kStatInputFile{"☆ Failed to stat input file %ld [%s]!\n",
+                                                         "☆入力ファイル%ld[%s]のstatを参照失敗しました！\n"};
+// Kept: both wordings receive the file's number first, so the English text shows number and size in each other's
+// places.
+inline constexpr kx_message<kx_i64, kx_i64> kInvalidInputSize{"☆ Invalid size [%ld] for input file %ld!\n",
+                                                              "☆入力ファイル%ldのサイズ[%ld]は不正です！\n"};
+inline constexpr kx_message<Text> kOutputFolder{"☆ Output folder [%s] does not exist or insufficient permissions!\n",
+                                                "☆出力フォルダ[%s]は存在しません、又は権限不足です！\n"};
+inline constexpr kx_message<Text> kErrorFolder{"☆ Error folder [%s] does not exist or insufficient permissions!\n",
+                                               "☆エラーフォルダ[%s]は存在しません、又は権限不足です！\n"};
+inline constexpr kx_message<> kNoTemporaryFolder{"☆ Temporary folder is not specified!\n",
+                                                 "☆一時フォルダは未指定です！\n"};
+inline constexpr kx_message<kx_i64> kInvalidKey{"☆ Sort key %ld is invalid!\n", "☆ソートキー%ldは不正です！\n"};
+inline constexpr kx_message<Text> kInvalidKeyText{"ソートキー[%s]指定不正！\n"};
+inline constexpr kx_message<Text> kShowOutputFolder{"出力フォルダ: %s\n"};
+inline constexpr kx_message<Text> kShowOutputName{"出力ファイル名: %s\n"};
+inline constexpr kx_message<Text> kShowErrorFolder{"Error folder: %s\n", "エラーフォルダ: %s\n"};
+inline constexpr kx_message<Text> kShowErrorName{"Error file name: %s\n", "エラーファイル名: %s\n"};
+inline constexpr kx_message<Text> kShowTemporaryFolder{"Temporary folder: %s\n", "一時フォルダ: %s\n"};
+inline constexpr kx_message<Text> kSystemTemporaryFolder{
+    "Temporary folder not specified, using system temporary folder [%s].\n",
+    "一時フォルダは未指定の為、システムの一時フォルダ[%s]を使用する。\n"};
+inline constexpr kx_message<Text> kShowTemporaryPath{"一時パス: %s\n"};
+inline constexpr kx_message<kx_i64, Text, kx_i64> kShowCsvKey{"ソートキー%ld(%s)の位置は: %ld\n"};
+inline constexpr kx_message<kx_i64, Text, Text> kShowKey{"ソートキー%ld(%s)は: %s\n"};
+inline constexpr kx_message<kx_i64, Text, kx_i64> kShowKeyStart{"ソートキー%ld(%s)の開始位置は: %ld\n"};
+inline constexpr kx_message<kx_i64, Text, kx_i64> kShowKeyLength{"ソートキー%ld(%s)の長さは: %ld\n"};
+
+} // namespace orkan::msg

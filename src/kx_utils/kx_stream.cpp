@@ -1,0 +1,171 @@
+#include "kx_utils/kx_stream.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "kx_assert/kx_assert.h"
+#include "kx_utils/kx_fault.h"
+
+namespace orkan {
+
+namespace {
+
+// One system call moves at most this much; the kernel itself stops a little below 2 GiB.
+constexpr kx_i64 kMostPerCall = kx_i64{1} << 30;
+
+// Descriptors 0 to 2 stay free of files even where the caller started us with a standard stream closed: otherwise
+// messages or records for that stream would end up in the file.
+int above_standard_streams(int fd) {
+    if (fd < 0 || fd > STDERR_FILENO) {
+        return fd;
+    }
+    const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(fd);
+    return moved;
+}
+
+bool open_file(kx_stream &s, const char *path, int flags) {
+    s = kx_stream{};
+    if (kx_fault(kx_site::open)) {
+        errno = EACCES;
+        return false;
+    }
+    constexpr mode_t kModeLessUmask = 0666;
+    int fd = -1;
+    do {
+        fd = ::open(path, flags | O_CLOEXEC, kModeLessUmask);
+    } while (fd < 0 && errno == EINTR);
+    s.fd = above_standard_streams(fd);
+    s.open = s.fd >= 0;
+    return s.open;
+}
+
+void borrow(kx_stream &s, int fd) {
+    s = kx_stream{};
+    s.fd = fd;
+    s.open = true;
+    s.standard = true;
+}
+
+bool write_out(kx_stream &s, const char *from, kx_i64 bytes) {
+    while (bytes > 0 && !s.failed) {
+        const ssize_t n =
+            kx_fault(kx_site::write) ? (errno = EIO, -1) : ::write(s.fd, from, to_size(std::min(bytes, kMostPerCall)));
+        if (n > 0) {
+            from += n;
+            bytes -= n;
+        } else if (n == 0 || errno != EINTR) {
+            s.failed = true;
+        }
+    }
+    return !s.failed;
+}
+
+bool seek(kx_stream &s, kx_i64 offset, int whence) {
+    return s.open && kx_stream_flush(s) && !kx_fault(kx_site::seek) && lseek(s.fd, offset, whence) >= 0;
+}
+
+} // namespace
+
+bool kx_stream_open_read(kx_stream &s, const char *path) { return open_file(s, path, O_RDONLY); }
+
+bool kx_stream_open_write(kx_stream &s, const char *path) { return open_file(s, path, O_WRONLY | O_CREAT | O_TRUNC); }
+
+void kx_stream_standard_output(kx_stream &s) {
+    std::fflush(stdout);
+    borrow(s, STDOUT_FILENO);
+}
+
+void kx_stream_standard_input(kx_stream &s) { borrow(s, STDIN_FILENO); }
+
+bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes) {
+    KX_ASSERT(s.open && s.filled == 0);
+    std::free(s.buffer);
+    s.buffer = nullptr;
+    s.capacity = 0;
+    if (kx_fault(kx_site::setvbuf)) {
+        return false;
+    }
+    if (bytes > 0) {
+        s.buffer = static_cast<char *>(kx_system_malloc(bytes));
+        s.capacity = s.buffer != nullptr ? bytes : 0;
+    }
+    return s.capacity == bytes;
+}
+
+kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
+    kx_i64 got = 0;
+    while (got < bytes) {
+        const ssize_t n = kx_fault(kx_site::read) ? (errno = EIO, -1)
+                                                  : ::read(s.fd, static_cast<char *>(to) + got,
+                                                           to_size(std::min(bytes - got, kMostPerCall)));
+        if (n > 0) {
+            got += n;
+        } else if (n == 0) {
+            break;
+        } else if (errno != EINTR) {
+            return -1;
+        }
+    }
+    return got;
+}
+
+bool kx_stream_write(kx_stream &s, const void *from, kx_i64 bytes) {
+    if (bytes > s.capacity) {
+        return kx_stream_flush(s) && write_out(s, static_cast<const char *>(from), bytes);
+    }
+    char *to = kx_stream_reserve(s, bytes);
+    if (to == nullptr) {
+        return !s.failed; // an unbuffered write of no bytes
+    }
+    std::memcpy(to, from, to_size(bytes));
+    kx_stream_commit(s, bytes);
+    return true;
+}
+
+char *kx_stream_reserve_slowly(kx_stream &s, kx_i64 bytes) {
+    if (s.failed || bytes > s.capacity || !kx_stream_flush(s)) {
+        return nullptr;
+    }
+    return s.buffer + s.filled;
+}
+
+bool kx_stream_flush(kx_stream &s) {
+    const kx_i64 filled = s.filled;
+    s.filled = 0;
+    return write_out(s, s.buffer, filled);
+}
+
+bool kx_stream_seek_to(kx_stream &s, kx_i64 position) { return seek(s, position, SEEK_SET); }
+bool kx_stream_seek_by(kx_stream &s, kx_i64 distance) { return seek(s, distance, SEEK_CUR); }
+
+bool kx_stream_close(kx_stream &s) {
+    if (!s.open) {
+        return true;
+    }
+    bool complete = kx_stream_flush(s);
+    std::free(s.buffer);
+    s.buffer = nullptr;
+    s.capacity = 0;
+    s.open = false;
+    if (!s.standard) {
+        complete = ::close(s.fd) == 0 && complete;
+        complete = !kx_fault(kx_site::close) && complete;
+    }
+    return complete;
+}
+
+bool kx_stream_clear(kx_stream &s) {
+    const bool complete = kx_stream_close(s);
+    s = kx_stream{};
+    return complete;
+}
+
+bool kx_unlink(const char *path) { return !kx_fault(kx_site::unlink) && ::unlink(path) == 0; }
+
+} // namespace orkan

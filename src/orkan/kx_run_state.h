@@ -1,0 +1,55 @@
+// kx_run_state.h: every process-wide variable of a run (the option scanner and the pool's counters keep theirs in
+// their own headers).
+//
+// One run at a time: nothing is locked. kx_CleanupGlobalVars brings all of it back to zero, except VERBOSE and the
+// two counters marked in kx_statistics.cpp.
+#pragma once
+
+#include "kx_types/kx_args.h"
+#include "kx_types/kx_unit.h"
+
+namespace orkan {
+
+struct kx_mem_pool;
+
+extern ArgsInfo argsInfo;    ///< the configuration; written by kx_paras, totals by the sorts
+extern kx_mem_pool *memPool; ///< created by the driver
+extern DataInfo dataInfo;    ///< the blocks of the split phase; written by the driver and the split sorts
+
+extern kx_stream inFile, outFile, tmpFile, errFile;
+
+extern std::int32_t processId;
+extern kx_i64 startFirst, start, start_tmp, finish; ///< clock() readings of the verbose timings
+extern std::int32_t VERBOSE;                        ///< set by -Verbose, cleared by nobody: survives the run
+
+extern void *recordInfoArray;     ///< pool block of the last index's RecordInfo or RecordInfo_csv
+extern KeyInfo_csv *keyInfoArray; ///< pool block of the last CSV index's field locators
+extern kx_i64 bufDealedSize;      ///< bytes of the buffer that the last index build covered
+extern kx_i64 csvKeyLenInTemp;    ///< cleared, otherwise unused
+extern const char *dataEnd;       ///< one past the last byte of the data behind the current index; no key is
+                                  ///< parsed beyond it. Set by the index builders
+
+extern kx_i64 kx_splitSort_offset_fix, kx_splitSort_offset_variable, kx_splitSort_offset_csv; ///< bytes
+
+/// Calls of each comparator while VERBOSE is set; named like the comparator without its leading underscore.
+extern kx_i64 cmpList, cmpList_totalRec, cmpList_unit, cmpList_unit_stabilize, cmpList_unit_totalRec,
+    cmpList_unit_totalRec_stabilize;
+extern kx_i64 cmpList_variable, cmpList_totalRec_variable, cmpList_unit_variable, cmpList_unit_variable_stabilize,
+    cmpList_unit_totalRec_variable, cmpList_unit_totalRec_variable_stabilize;
+extern kx_i64 cmpList_csv, cmpList_totalRec_csv, cmpList_unit_csv, cmpList_unit_csv_stabilize,
+    cmpList_unit_totalRec_csv, cmpList_unit_totalRec_csv_stabilize;
+extern kx_i64 cmpList_merge_variable, cmpList_merge_variable_stabilize, cmpList_merge_totalRec_variable,
+    cmpList_merge_totalRec_variable_stabilize;
+extern kx_i64 cmpList_merge_csv, cmpList_merge_csv_stabilize, cmpList_merge_totalRec_csv,
+    cmpList_merge_totalRec_csv_stabilize;
+extern kx_i64 cmpIfEqual, cmpIfEqual_variable, cmpIfEqual_csv, cmpIfEqual_unit_variable, cmpIfEqual_unit_csv,
+    cmpIfEqual_merge_variable, cmpIfEqual_merge_csv;
+
+/// Counts one call in a verbose run.
+inline void count_call(kx_i64 &counter) {
+    if (VERBOSE != 0) {
+        ++counter;
+    }
+}
+
+} // namespace orkan
