@@ -1,0 +1,98 @@
+#include "kx_io/kx_load.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "kx_io/kx_header.h"
+#include "kx_memory/kx_memory.h"
+#include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_text.h"
+#include "orkan/kx_run_state.h"
+
+namespace orkan {
+
+namespace {
+
+using TextMessage = kx_message<const char *>;
+
+/// Reads exactly `bytes` bytes of the current input to buf + loaded, and counts them.
+int read_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file, const TextMessage &failure) {
+    if (kx_stream_read(inFile, buf + loaded, bytes) != bytes) {
+        return kx_fail(failure, file.path);
+    }
+    loaded += bytes;
+    return 0;
+}
+
+/// The input's first megabyte, through `scratch`, less its header line.
+int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, const FileInfo &file) {
+    kx_i64 held = 0;
+    if (read_into(scratch, held, head, file, msg::kReadInputFile) != 0) {
+        return 1;
+    }
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const char *line_end = kx_findstr(scratch, head, sep);
+    if (line_end == nullptr) {
+        return kx_fail(msg::kReadCsvHeader);
+    }
+    const kx_i64 length = line_end + sep.len - scratch;
+    if (&file == argsInfo.arrInFile && kx_keep_header({scratch, length}) != 0) {
+        return 1;
+    }
+    std::memcpy(buf + loaded, scratch + length, to_size(head - length));
+    loaded += head - length;
+    return 0;
+}
+
+int load_with_header(char *buf, kx_i64 &loaded, const FileInfo &file) {
+    const kx_i64 head = std::min(file.size, kHeaderSearchLimit);
+    auto *scratch = static_cast<char *>(kx_qmalloc(memPool, head));
+    if (scratch == nullptr) {
+        return kx_fail(msg::kNoMemory, kib_round_up(head));
+    }
+    const int status = load_behind_header(scratch, head, buf, loaded, file);
+    kx_qfree(memPool, scratch);
+    return status != 0 ? 1 : read_into(buf, loaded, file.size - head, file, msg::kReadInputFile);
+}
+
+int load(char *buf, kx_i64 &loaded, const FileInfo &file) {
+    if (!kx_stream_open_read(inFile, file.path)) {
+        return kx_fail(msg::kOpenInputFile, file.path);
+    }
+    if (!kx_stream_set_buffer(inFile, 0)) {
+        return kx_fail(msg::kInputBuffer);
+    }
+    // Kept: a short read of a whole file is reported in Japanese everywhere.
+    const int status = argsInfo.bCsv != 0 && argsInfo.bHeader != 0
+                           ? load_with_header(buf, loaded, file)
+                           : read_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
+    kx_stream_clear(inFile);
+    if (status == 0) {
+        kx_trace(msg::kInputLoaded, file.path);
+    }
+    return status;
+}
+
+bool ends_with(const char *buf, kx_i64 size, Bytes code) {
+    return size >= code.len && std::memcmp(buf + size - code.len, code.ptr, to_size(code.len)) == 0;
+}
+
+} // namespace
+
+int kx_inputFile(char *buf) {
+    kx_i64 loaded = 0;
+    for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+        if (load(buf, loaded, argsInfo.arrInFile[i]) != 0) {
+            return 1;
+        }
+    }
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    if (argsInfo.bFixVar == kVariable && !ends_with(buf, loaded, sep)) {
+        std::memcpy(buf + loaded, sep.ptr, to_size(sep.len));
+        loaded += sep.len;
+    }
+    argsInfo.totalFileSize = loaded;
+    return 0;
+}
+
+} // namespace orkan

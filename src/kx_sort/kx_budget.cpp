@@ -1,0 +1,54 @@
+#include "kx_sort/kx_budget.h"
+
+#include "kx_utils/kx_messages.h"
+#include "orkan/kx_run_state.h"
+
+namespace orkan {
+
+namespace {
+
+/// Bytes that the index over all records is expected to take.
+kx_i64 index_overhead(const ArgsInfo &args) {
+    if (args.bFixVar == kFix) {
+        return multiply_saturating(args.totalRecNum, 8);
+    }
+    if (args.bCsv != 0) {
+        return args.keyNums > 0 ? args.totalFileSize / 2 : args.totalFileSize;
+    }
+    return args.totalFileSize / 4;
+}
+
+/// What sorting everything in memory takes; a stable sort needs the index a second time.
+kx_i64 in_memory_need(const ArgsInfo &args) {
+    const kx_i64 index = multiply_saturating(index_overhead(args), args.bStabilize != 0 ? 2 : 1);
+    return add_saturating(add_saturating(args.totalFileSize, BASIC_SIZE), index);
+}
+
+kx_i64 within_bounds(ArgsInfo &args, kx_i64 size) {
+    if (size > kMaximumPoolSize) {
+        kx_trace(msg::kMemoryLimit, kib_round_up(kMaximumPoolSize));
+        args.bMemory = 0;
+        return kDefaultPoolSize;
+    }
+    if (size >= kMinimumPoolSize) {
+        return size;
+    }
+    kx_trace(msg::kMinimumMemory, kib_round_up(kMinimumPoolSize));
+    return kMinimumPoolSize;
+}
+
+} // namespace
+
+kx_i64 kx_calculate_memsize() {
+    ArgsInfo &args = argsInfo;
+    const kx_i64 wanted = args.totalMemSize;
+    if (args.totalFileSize == 0) {
+        return wanted == 0 ? kDefaultPoolSize : within_bounds(args, wanted);
+    }
+    const kx_i64 need = in_memory_need(args);
+    const bool too_large = wanted != 0 && need > wanted;
+    args.bMemory = too_large ? 0 : 1;
+    return within_bounds(args, too_large ? wanted : need);
+}
+
+} // namespace orkan

@@ -1,0 +1,17 @@
+// kx_budget.h: how much memory a run takes, and what is held back from every chunk and buffer computation.
+#pragma once
+
+#include "kx_types/kx_bytes.h"
+
+namespace orkan {
+
+inline constexpr kx_i64 BASIC_SIZE = 1048576;          ///< bytes of the budget kept for the system's own work
+inline constexpr kx_i64 kMinimumPoolSize = 16777216;   ///< bytes
+inline constexpr kx_i64 kDefaultPoolSize = 67108864;   ///< bytes
+inline constexpr kx_i64 kMaximumPoolSize = 2147483647; ///< bytes
+
+/// The pool size in bytes for the configured inputs and -W, between the minimum and the maximum above. Sets
+/// argsInfo.bMemory: 1 when everything is to be sorted in memory.
+kx_i64 kx_calculate_memsize();
+
+} // namespace orkan

@@ -1,0 +1,75 @@
+// kx_inmemory.cpp: index, sort the index, write, release; the data never move.
+#include "kx_sort/kx_inmemory.h"
+
+#include "kx_io/kx_writers.h"
+#include "kx_memory/kx_memory.h"
+#include "kx_sort/kx_choose.h"
+#include "kx_sort/kx_index_sort.h"
+#include "kx_sort_csv/kx_sort_csv.h"
+#include "kx_sort_fix/kx_sort_fix.h"
+#include "kx_sort_variable/kx_sort_variable.h"
+#include "kx_utils/kx_messages.h"
+#include "orkan/kx_run_state.h"
+
+namespace orkan {
+
+namespace {
+
+kx_list *build_index(const char *buf, kx_i64 size) {
+    switch (kx_record_format()) {
+    case kx_format::fixed: return _kx_get_indexList(buf, size);
+    case kx_format::csv: return _kx_get_indexList_csv(buf, size);
+    default: return _kx_get_indexList_variable(buf, size);
+    }
+}
+
+/// Prints what the stretch since `start` took, and restarts `start`.
+void trace_stretch(const kx_message<double> &message) {
+    if (VERBOSE != 0) {
+        finish = kx_clock();
+        kx_say(message, elapsed_ms(start, finish));
+        start = kx_clock();
+    }
+}
+
+template <class T> void release(T *&block) {
+    kx_free(memPool, block);
+    block = nullptr;
+}
+
+void release_all(kx_list *list, char *buf) {
+    release(keyInfoArray);
+    release(recordInfoArray);
+    kx_list_destroy(list, nullptr);
+    kx_qfree(memPool, buf);
+}
+
+int sort_in_memory(char *buf, kx_i64 size, bool stable) {
+    if (VERBOSE != 0) {
+        start = kx_clock();
+    }
+    kx_list *list = size < 1 ? nullptr : build_index(buf, size);
+    if (argsInfo.totalRecNum == 0) {
+        argsInfo.totalRecNum = kx_list_len(list);
+    }
+    if (list != nullptr && kx_sort_index(list, stable) != 0) {
+        return kx_fail(msg::kStableSortFailed);
+    }
+    trace_stretch(stable ? msg::kStableSortTook : msg::kUnstableSortTook);
+    const auto output = argsInfo.bUnique == 1 ? kx_outputFile_list_unique : kx_outputFile_list;
+    if (output(list, nullptr) != 0) {
+        return 1; // nothing freed: the driver gives the whole pool back
+    }
+    trace_stretch(msg::kOutputTook);
+    release_all(list, buf);
+    trace_stretch(msg::kReleaseTook);
+    return 0;
+}
+
+} // namespace
+
+int kx_qsortInMemory(char *buf, kx_i64 size) { return sort_in_memory(buf, size, false); }
+
+int kx_msortInMemory(char *buf, kx_i64 size) { return sort_in_memory(buf, size, true); }
+
+} // namespace orkan
