@@ -165,13 +165,14 @@ BENCHMARK(pool_malloc_free)->Range(8, 8192);
 /// A nest of blocks on the back stack, taken and given back in order.
 void pool_qmalloc_qfree(benchmark::State &state) {
     const Run run(1, kTypeAscii);
-    std::vector<void *> blocks(to_size(state.range(0)), nullptr);
+    std::vector<void *> stack;
+    stack.reserve(to_size(state.range(0)));
     for ([[maybe_unused]] auto step : state) {
-        for (void *&block : blocks) {
-            block = kx_qmalloc(memPool, 1024);
+        for (kx_i64 i = 0; i < state.range(0); ++i) {
+            stack.push_back(kx_qmalloc(memPool, 1024));
         }
-        for (auto block = blocks.rbegin(); block != blocks.rend(); ++block) {
-            kx_qfree(memPool, *block);
+        for (; !stack.empty(); stack.pop_back()) {
+            kx_qfree(memPool, stack.back());
         }
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));

@@ -55,17 +55,22 @@ int load_with_header(char *buf, kx_i64 &loaded, const FileInfo &file) {
     return status != 0 ? 1 : read_into(buf, loaded, file.size - head, file, msg::kReadInputFile);
 }
 
+int load_opened(char *buf, kx_i64 &loaded, const FileInfo &file) {
+    if (!kx_stream_set_buffer(inFile, 0)) {
+        return kx_fail(msg::kInputBuffer);
+    }
+    if (argsInfo.bCsv != 0 && argsInfo.bHeader != 0) {
+        return load_with_header(buf, loaded, file);
+    }
+    // Kept: a short read of a whole file is reported in Japanese everywhere.
+    return read_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
+}
+
 int load(char *buf, kx_i64 &loaded, const FileInfo &file) {
     if (!kx_stream_open_read(inFile, file.path)) {
         return kx_fail(msg::kOpenInputFile, file.path);
     }
-    if (!kx_stream_set_buffer(inFile, 0)) {
-        return kx_fail(msg::kInputBuffer);
-    }
-    // Kept: a short read of a whole file is reported in Japanese everywhere.
-    const int status = argsInfo.bCsv != 0 && argsInfo.bHeader != 0
-                           ? load_with_header(buf, loaded, file)
-                           : read_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
+    const int status = load_opened(buf, loaded, file);
     kx_stream_clear(inFile);
     if (status == 0) {
         kx_trace(msg::kInputLoaded, file.path);

@@ -275,11 +275,10 @@ void kx_list_isort2(kx_list *list, kx_i64 pos, kx_list_compare cmp) {
     }
     void **items = contiguous_items(list);
     void *const item = items[pos];
-    if (pos <= place) {
-        // A comparator that contradicts itself may name the item's own place: then nothing moves.
-        const kx_i64 to = std::max(place - 1, pos);
-        std::memmove(items + pos, items + pos + 1, slot_bytes(to - pos));
-        items[to] = item;
+    KX_ASSERT(place != pos);
+    if (pos < place) {
+        std::memmove(items + pos, items + pos + 1, slot_bytes(place - 1 - pos));
+        items[place - 1] = item;
     } else {
         std::memmove(items + place + 1, items + place, slot_bytes(pos - place));
         items[place] = item;

@@ -29,7 +29,7 @@
 
 namespace orkan {
 
-/// Values of kx_mmu::status; the sentinel has 0, and so has a header that was absorbed by its neighbour.
+/// Values of kx_mmu::status; the sentinel has 0.
 inline constexpr kx_i64 kMmuAllocated = 'A', kMmuFree = 'F';
 
 /// The header in front of every front block.
@@ -63,6 +63,9 @@ struct kx_mem_pool {
 /// process.
 extern kx_i64 _kx_malloc, _kx_malloc_hwm, _kx_qmalloc, _kx_realloc;
 extern kx_i64 _malloc, _realloc, _free, _qfree;
+
+/// Zeroes them, between two runs of a process.
+void kx_reset_pool_counters();
 
 /// A pool over a region of that many bytes; null when memory is refused or the bytes do not even hold the bookkeeping.
 kx_mem_pool *kx_mem_pool_create(kx_i64 bytes, kx_i64 autoExtend);

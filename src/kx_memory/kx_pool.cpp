@@ -197,9 +197,9 @@ kx_mmu *split(kx_mmu *block, kx_i64 r) {
 
 void absorb(kx_mmu *block, kx_mmu *right) {
     KX_ASSERT(block->next == right && payload_of(block) + block->size == reinterpret_cast<char *>(right));
+    KX_ASSERT(is_free(right)); // and stays so: who still knows its payload cannot pass it for a block in use
     block->size += kHeaderBytes + right->size;
     link_blocks(block, right->next);
-    right->status = 0; // nobody who still knows its payload can take it for a block in use
 }
 
 } // namespace mmu

@@ -125,6 +125,11 @@ const char *kx_pool_check(const kx_mem_pool *pool) {
     return broken != nullptr ? broken : check_system_list(pool);
 }
 
+void kx_reset_pool_counters() {
+    _kx_malloc = _kx_malloc_hwm = _kx_qmalloc = _kx_realloc = 0;
+    _malloc = _realloc = _free = _qfree = 0;
+}
+
 void kx_memInfo_print(const kx_mem_pool *pool) {
     if (VERBOSE == 0) {
         return;

@@ -3,8 +3,8 @@
 // The pool keeps the address of each one, also after its release. Blocks left over when the pool ends go with it, and
 // a second release, which the CSV sorts do at the end of a run, is recognised instead of reaching the C library. An
 // address that the system hands out again counts as in use again. When there is no memory to keep an address, the
-// block is an ordinary piece of system memory without that protection. Memory that others took from the system and
-// hand to the pool's free operations is passed on, too.
+// request is refused. Memory that others took from the system and hand to the pool's free operations is passed on,
+// too.
 
 #include <cstdlib>
 
@@ -45,17 +45,30 @@ void mark_released(kx_mem_pool *pool, kx_i64 entry) {
     }
 }
 
-void remember(kx_mem_pool *pool, void *p) {
-    if (p == nullptr) {
-        return;
+/// Room for one more address; false when memory for it is refused.
+bool reserve_entry(kx_mem_pool *pool) {
+    kx_list *list = &pool->listSystem;
+    if (kx_ring_at_end(list)) {
+        if (kx_list_append_memPool(list, nullptr) != 0) {
+            return false;
+        }
+        --list->len;
     }
+    return true;
+}
+
+/// After reserve_entry.
+void *remember(kx_mem_pool *pool, void *p) {
     kx_list *list = &pool->listSystem;
     const kx_i64 entry = find(pool, p);
     if (entry >= 0) {
         kx_list_set(list, entry, p);
-    } else if (kx_list_append_memPool(list, p) == 0) {
+    } else {
+        KX_ASSERT(!kx_ring_at_end(list));
+        kx_list_append_memPool(list, p);
         kx_list_isort2(list, kx_list_len(list) - 1, order_entries);
     }
+    return p;
 }
 
 } // namespace
@@ -78,14 +91,13 @@ void *system_malloc(kx_mem_pool *pool, kx_i64 n) {
         kx_memInfo_print(pool);
         kx_say(msg::kMallocFromSystem, (n - 1) / 1024, n);
     }
-    void *p = kx_system_malloc(n);
-    remember(pool, p);
-    return p;
+    void *p = reserve_entry(pool) ? kx_system_malloc(n) : nullptr;
+    return p == nullptr ? nullptr : remember(pool, p);
 }
 
 void *system_realloc(kx_mem_pool *pool, void *p, kx_i64 n) {
     const kx_i64 entry = find(pool, p);
-    if (is_marked_released(pool, entry)) {
+    if (is_marked_released(pool, entry) || !reserve_entry(pool)) {
         return nullptr;
     }
     // Never 0 bytes: to the C library that would be a release.
@@ -94,8 +106,7 @@ void *system_realloc(kx_mem_pool *pool, void *p, kx_i64 n) {
         return nullptr;
     }
     mark_released(pool, entry);
-    remember(pool, moved);
-    return moved;
+    return remember(pool, moved);
 }
 
 void system_free(kx_mem_pool *pool, void *p, kx_i64 &count) {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr const char *kOptions = "CcSsUuAaRrNnHhMmV:v:W:w:L:l:P:p:D:d:T:t:K:k:O:o:E:e:";
 
-constexpr kx_i64 kKib = 1024, kMib = 1024 * 1024;
+constexpr kx_i64 kKib = 1024, kMib = kKib * kKib;
 
 /// An array of system memory grown by one value-initialised entry; null when memory is refused (the array stays).
 template <class T> T *grow_by_one(T *&array, kx_i64 &count) {

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include "kx_paras/kx_paras.h"
 #include "kx_utils/kx_fault.h"
@@ -67,11 +68,22 @@ void derive_path_parts(FileInfo &file) {
     file.dir = kx_getDir(file.path, '/');
 }
 
+/// A pipe or device has no size to rely on: its data would be lost. /dev/null is the exception, being empty; a folder
+/// fails when it is read.
+bool has_size(const struct stat &status) {
+    const dev_t null_device = makedev(1, 3);
+    return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode) ||
+           (S_ISCHR(status.st_mode) && status.st_rdev == null_device);
+}
+
 int measure_input(ArgsInfo *args, FileInfo &file, kx_i64 number) {
     derive_path_parts(file);
     struct stat status {};
     if (kx_fault(kx_site::stat) || stat(file.path, &status) != 0) {
         return refuse(msg::kStatInputFile, number, file.path);
+    }
+    if (!has_size(status)) {
+        return refuse(msg::kNoRegularInput, number, file.path);
     }
     file.size = status.st_size;
     file.outSize = 0;

@@ -25,7 +25,7 @@ kx_i64 in_memory_need(const ArgsInfo &args) {
 }
 
 kx_i64 within_bounds(ArgsInfo &args, kx_i64 size) {
-    if (size > kMaximumPoolSize) {
+    if (static_cast<std::uint64_t>(size) > kMaximumPoolSize) {
         kx_trace(msg::kMemoryLimit, kib_round_up(kMaximumPoolSize));
         args.bMemory = 0;
         return kDefaultPoolSize;

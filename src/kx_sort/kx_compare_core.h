@@ -43,9 +43,9 @@ inline int by_common_bytes(Bytes a, Bytes b) {
 
 inline bool same_bytes(Bytes a, Bytes b) { return a.len == b.len && by_common_bytes(a, b) == 0; }
 
-/// The number that starts where `key` does. Nothing is looked at for a key without a place or without length.
+/// The number that starts where `key` does, of at most `limit` bytes; 0 for a key without a place.
 inline kx_i64 number_at(Bytes key, kx_i64 limit, const char *end) {
-    return key.ptr == nullptr || limit < 1 ? 0 : atol2_within(key.ptr, limit, end);
+    return key.ptr == nullptr ? 0 : atol2_within(key.ptr, limit, end);
 }
 
 // ---- Order by sort keys ------------------------------------------------------------------------------------------

@@ -21,7 +21,7 @@ constexpr kx_i64 kMostPerCall = kx_i64{1} << 30;
 // Descriptors 0 to 2 stay free of files even where the caller started us with a standard stream closed: otherwise
 // messages or records for that stream would end up in the file.
 int above_standard_streams(int fd) {
-    if (fd < 0 || fd > STDERR_FILENO) {
+    if (fd > STDERR_FILENO) {
         return fd;
     }
     const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
@@ -40,9 +40,7 @@ bool open_file(kx_stream &s, const char *path, int flags) {
     do {
         fd = ::open(path, flags | O_CLOEXEC, kModeLessUmask);
     } while (fd < 0 && errno == EINTR);
-    s.fd = above_standard_streams(fd);
-    s.open = s.fd >= 0;
-    return s.open;
+    return fd >= 0 && kx_stream_adopt(s, fd);
 }
 
 void borrow(kx_stream &s, int fd) {
@@ -76,6 +74,13 @@ bool kx_stream_open_read(kx_stream &s, const char *path) { return open_file(s, p
 
 bool kx_stream_open_write(kx_stream &s, const char *path) { return open_file(s, path, O_WRONLY | O_CREAT | O_TRUNC); }
 
+bool kx_stream_adopt(kx_stream &s, int fd) {
+    s = kx_stream{};
+    s.fd = above_standard_streams(fd);
+    s.open = s.fd >= 0;
+    return s.open;
+}
+
 void kx_stream_standard_output(kx_stream &s) {
     std::fflush(stdout);
     borrow(s, STDOUT_FILENO);
@@ -99,6 +104,9 @@ bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes) {
 }
 
 kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
+    if (!s.open) {
+        return -1;
+    }
     kx_i64 got = 0;
     while (got < bytes) {
         const ssize_t n = kx_fault(kx_site::read) ? (errno = EIO, -1)
@@ -116,12 +124,15 @@ kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
 }
 
 bool kx_stream_write(kx_stream &s, const void *from, kx_i64 bytes) {
+    if (!s.open || bytes < 1) {
+        return s.open && !s.failed;
+    }
     if (bytes > s.capacity) {
         return kx_stream_flush(s) && write_out(s, static_cast<const char *>(from), bytes);
     }
     char *to = kx_stream_reserve(s, bytes);
     if (to == nullptr) {
-        return !s.failed; // an unbuffered write of no bytes
+        return false;
     }
     std::memcpy(to, from, to_size(bytes));
     kx_stream_commit(s, bytes);

@@ -28,6 +28,9 @@ bool kx_stream_open_read(kx_stream &s, const char *path);
 /// Creates or truncates a file for writing, mode 0666 less the umask. False (handle closed) when that fails.
 bool kx_stream_open_write(kx_stream &s, const char *path);
 
+/// Takes an open descriptor over. False (handle and descriptor closed) when it cannot be moved above the standard ones.
+bool kx_stream_adopt(kx_stream &s, int fd);
+
 /// Borrows the process's standard output, after flushing what the C library holds back for it.
 void kx_stream_standard_output(kx_stream &s);
 
