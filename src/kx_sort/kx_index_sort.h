@@ -5,8 +5,9 @@
 
 namespace orkan {
 
-/// Sorts the index of a buffer by the run's keys. A stable sort keeps equal records in their order; the other one may
-/// not, but always gives the same result for the same input. 0, or 1 when a stable sort finds no memory.
+/// Sorts the index of a buffer, in buffer order as its builder left it, by the run's keys. A stable sort keeps equal
+/// records in their order; the other one may not, but always gives the same result for the same input. 0, or 1 when a
+/// stable sort finds no memory.
 int kx_sort_index(kx_list *list, bool stable);
 
 } // namespace orkan

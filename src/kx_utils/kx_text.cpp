@@ -1,7 +1,10 @@
 #include "kx_utils/kx_text.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 
+#include "kx_utils/kx_byte_masks.h"
 #include "kx_utils/kx_fault.h"
 
 namespace orkan {
@@ -15,6 +18,16 @@ char *copy_bytes(const char *from, std::size_t n) {
         copy[n] = '\0';
     }
     return copy;
+}
+
+/// 64 bytes to look at, of which `left` count: in place where so many are readable, else copied.
+const char *whole_block(const char *block, kx_i64 left, const char *readable, std::array<char, kMaskBytes> &copy) {
+    if (readable - block >= kMaskBytes) {
+        return block;
+    }
+    copy.fill('\0');
+    std::memcpy(copy.data(), block, to_size(std::min(left, kMaskBytes)));
+    return copy.data();
 }
 
 } // namespace
@@ -71,23 +84,51 @@ char *kx_getDir(const char *path, char separator) {
     return last == nullptr ? nullptr : copy_bytes(path, static_cast<std::size_t>(last - path) + 1);
 }
 
+// The pattern's last byte is searched at memory speed; memmem is several times slower for two bytes.
 const char *kx_findstr(const char *buffer, kx_i64 n, Bytes pattern) {
-    if (buffer == nullptr || n < 1 || pattern.len < 1 || pattern.len > n) {
-        return nullptr;
-    }
-    return static_cast<const char *>(memmem(buffer, to_size(n), pattern.ptr, to_size(pattern.len)));
-}
-
-const char *kx_findstr_csv(const char *buffer, kx_i64 n, Bytes pattern, char quote) {
     if (buffer == nullptr || n < 1 || pattern.len < 1) {
         return nullptr;
     }
-    bool inside = false;
-    for (const char *p = buffer; p - buffer <= n - pattern.len; ++p) {
-        inside ^= *p == quote;
-        if (!inside && std::memcmp(p, pattern.ptr, to_size(pattern.len)) == 0) {
-            return p;
+    const kx_i64 before = pattern.len - 1;
+    const char *end = buffer + n;
+    for (const char *p = buffer; end - p > before;) {
+        const auto *last =
+            static_cast<const char *>(std::memchr(p + before, pattern.ptr[before], to_size(end - p - before)));
+        if (last == nullptr) {
+            return nullptr;
         }
+        if (std::memcmp(last - before, pattern.ptr, to_size(before)) == 0) {
+            return last - before;
+        }
+        p = last - before + 1;
+    }
+    return nullptr;
+}
+
+const char *kx_findstr_csv(const char *buffer, kx_i64 n, Bytes pattern, char quote) {
+    return kx_findstr_csv_within(buffer, n, pattern, quote, buffer + (n < 1 ? 0 : n));
+}
+
+// Bytes inside quotes are those behind an odd number of quotes, an opening quote included: the running parity of the
+// quote bits, carried from block to block (Langdale and Lemire, Parsing Gigabytes of JSON per Second).
+const char *kx_findstr_csv_within(const char *buffer, kx_i64 n, Bytes pattern, char quote, const char *readable) {
+    if (buffer == nullptr || n < 1 || pattern.len < 1) {
+        return nullptr;
+    }
+    const kx_i64 places = n - pattern.len + 1;
+    kx_mask carried = 0;
+    for (kx_i64 at = 0; at < places; at += kMaskBytes) {
+        std::array<char, kMaskBytes> copy;
+        const char *block = whole_block(buffer + at, n - at, readable, copy);
+        const kx_mask inside = prefix_parity(mask_of(block, quote)) ^ carried;
+        kx_mask candidates = mask_of(block, pattern.ptr[0]) & ~inside & lowest_bits(places - at);
+        for (; candidates != 0; candidates &= candidates - 1) {
+            const char *place = buffer + at + __builtin_ctzll(candidates);
+            if (pattern.len == 1 || std::memcmp(place, pattern.ptr, to_size(pattern.len)) == 0) {
+                return place;
+            }
+        }
+        carried = (inside >> (kMaskBytes - 1)) != 0 ? ~kx_mask{0} : 0;
     }
     return nullptr;
 }

@@ -37,6 +37,9 @@ const char *kx_findstr(const char *buffer, kx_i64 n, Bytes pattern);
 /// even: what stands inside quotes is skipped.
 const char *kx_findstr_csv(const char *buffer, kx_i64 n, Bytes pattern, char quote);
 
+/// As kx_findstr_csv, faster where bytes behind the n ones may be looked at: all before `readable`. They never count.
+const char *kx_findstr_csv_within(const char *buffer, kx_i64 n, Bytes pattern, char quote, const char *readable);
+
 /// How many quote characters stand in a row from p forwards (backwards: p, p - 1, ...), at most n.
 int kx_judgeQuote_front(const char *p, kx_i64 n, char quote);
 int kx_judgeQuote_back(const char *p, kx_i64 n, char quote);

@@ -1,0 +1,59 @@
+// kx_prefix.h: the leading bytes of the first sort key as one integer, so that most comparisons need no record.
+//
+// The integer orders like the records as far as it goes: when two differ, so do the records, in the same direction.
+// Equal ones leave the decision to the comparator unless the rule is decisive.
+//
+//   text         first 8 bytes, big-endian, missing ones 0     number   the value with its sign bit flipped
+//   descending   all bits inverted                             -N       one bit shorter; empty fields all ones
+#pragma once
+
+#include <array>
+
+#include "kx_sort/kx_choose.h"
+#include "kx_sort/kx_compare_core.h"
+
+namespace orkan {
+
+using kx_prefix = std::uint64_t;
+
+inline constexpr kx_i64 kPrefixSize = sizeof(kx_prefix);
+
+inline kx_prefix text_prefix(Bytes text) {
+    kx_prefix value = 0;
+    if (text.len >= kPrefixSize) {
+        value = __builtin_bswap64(load_unaligned<kx_prefix>(text.ptr));
+    } else {
+        for (kx_i64 i = 0; i < text.len; ++i) {
+            value |= kx_prefix{static_cast<unsigned char>(text.ptr[i])} << (56 - 8 * i);
+        }
+    }
+    return value;
+}
+
+inline kx_prefix number_prefix(kx_i64 value) {
+    return static_cast<kx_prefix>(value) ^ kx_prefix { 1 } << 63;
+}
+
+/// How the records of one run get their prefix.
+struct kx_prefix_rule {
+    KeyInfo key;     ///< the first sort key
+    bool whole;      ///< the record's own bytes are the key
+    bool empty_last; ///< -N
+    bool decisive;   ///< equal prefixes mean equal records
+
+    template <class View> [[nodiscard]] kx_prefix of(const View &view) const {
+        const Bytes bytes = whole && !View::kIsCsv ? view.record : view.key(key, 0);
+        const kx_prefix ascending =
+            key.type == kTypeNum ? number_prefix(number_at(bytes, bytes.len, view.end)) : text_prefix(bytes);
+        const kx_prefix directed = key.srtSeq == kSeqDesc ? ~ascending : ascending;
+        if (View::kIsCsv && empty_last) {
+            return bytes.len == 0 ? ~kx_prefix{0} : directed >> 1;
+        }
+        return directed;
+    }
+};
+
+/// The rule for the configured format and keys. Whole CSV records begin with their first field.
+kx_prefix_rule kx_choose_prefix_rule();
+
+} // namespace orkan
