@@ -160,6 +160,60 @@ inline constexpr kx_message<double> kStableSortTook{"安定ソートがかかっ
 inline constexpr kx_message<double> kOutputTook{"出力がかかった[%8.0f]msです。\n"};
 inline constexpr kx_message<double> kReleaseTook{"メモリ解放がかかった[%8.0f]msです。\n"};
 
+// --- index of newline-ended and CSV records ----------------------------------------------------------------------
+inline constexpr kx_message<Text> kCreateErrorFile{"☆ Cannot create error file [%s]!\n",
+                                                   "☆エラーファイル[%s]は作成できません！\n"};
+inline constexpr kx_message<> kErrorBuffer{"☆ Failed to set error buffer!\n", "☆エラーバッファの設定はできません！\n"};
+inline constexpr kx_message<> kInvalidRecordLength{"☆ Invalid record length detected! \n",
+                                                   "☆不正なレコード長を検知しました！ \n"};
+
+// --- split sort --------------------------------------------------------------------------------------------------
+inline constexpr kx_message<kx_i64> kSplitBuffer{"☆ Failed to allocate [%ld]KB memory for split sort buffer! \n",
+                                                 "☆分割ソート用バッファ[%ld]KBメモリの割当は失敗しました！ \n"};
+inline constexpr kx_message<> kReadSplitInput{"☆ Error occurred while reading input file during split sort!\n",
+                                              "☆分割ソートでは、入力ファイルの読み込み中にエラーが発生しました！\n"};
+// Kept: the text names the fixed-length routine for every format.
+inline constexpr kx_message<> kSplitStableSort{
+    "☆ Failed to call kx_list_msort function during split sort (kx_splitSortFile)! \n",
+    "☆分割ソート中にkx_list_msort函数の呼び込みは失敗しました(kx_splitSortFile)！ \n"};
+inline constexpr kx_message<kx_i64> kBlockInformation{
+    "☆ Failed to allocate [%ld] bytes for block information management! \n",
+    "☆ブロック情報管理用[%ld]メモリの割当は失敗しました！ \n"};
+// Kept: the words "unit_cnt" stand for a number that the text has no conversion for.
+inline constexpr kx_message<> kBlockListMemory{
+    "☆ Failed to extend block information management memory [unit_cnt units]! \n",
+    "☆ブロック情報管理用メモリ[unit_cnt個]の拡張は失敗しました！ \n"};
+inline constexpr kx_message<kx_i64, kx_i64> kRecordTooLong{
+    "☆ Record length [%ld] is too long for sorting within [%ld]KB memory!\n",
+    "☆レコード長[%ld]はメモリ[%ld]KBでのソートには長すぎます！\n"};
+inline constexpr kx_message<kx_i64> kShowSplitBuffer{"分割ソート用バッファサイズは[%ld]KBです。\n"};
+inline constexpr kx_message<kx_i64> kShowFirstSplitBuffer{"最初分割ソート用バッファサイズは[%ld]KBです。\n"};
+inline constexpr kx_message<kx_i64> kBlockWritten{"ブロック%ld を処理しました！ \n"};
+
+// --- merges ------------------------------------------------------------------------------------------------------
+inline constexpr kx_message<kx_i64> kStagingMemory{"☆出力バッファ[%ld]KBメモリの割当は失敗しました！ \n"};
+// Kept: both wordings receive the block's number first, so the English text shows number and size in each other's
+// places.
+inline constexpr kx_message<kx_i64, kx_i64> kBlockBufferMemory{
+    "☆ Failed to allocate [%ld]KB memory for block buffer %ld!\n",
+    "☆ブロックバッファ%ldの[%ld]KBメモリの割当は失敗しました!\n"};
+inline constexpr kx_message<> kSeekTemporaryFile{"☆ fseek operation on temporary file failed!\n",
+                                                 "☆一時ファイルに対するfseek操作は失敗しました!\n"};
+inline constexpr kx_message<> kReadTemporaryFile{"☆一時ファイルの読み込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<kx_i64> kShowOutputBuffer{"出力バッファサイズは[%ld]KBです。\n"};
+inline constexpr kx_message<kx_i64> kShowBlockCount{"ブロックバッファ数は[%ld]です。\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kBlockBufferTooSmall{
+    "☆各ブロックのバッファサイズ[%ld]は最大レコード長[%ld]より小さいです。\n"};
+inline constexpr kx_message<kx_i64> kBlockBufferEnlarged{"☆各ブロックのバッファサイズを[%ld]Byteにします。\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kShowBlockBuffer{"各ブロックのバッファサイズは[%ld]KB, [%ld]Byteです。\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kShowTotalMemory{"totalMemSizeのサイズは[%ld]KB, [%ld]Byteです。\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kShowReserve{"BASIC_SIZEのサイズは[%ld]KB, [%ld]Byteです。\n"};
+inline constexpr kx_message<kx_i64, kx_i64, kx_i64> kBlockBufferReady{
+    "ブロックバッファ%ldの[%ld]KB, [%ld]Byteの初期化は完了しました。\n"};
+inline constexpr kx_message<> kBlocksFilled{"一時ファイル⇒ブロックバッファにデータを埋め込みました。\n"};
+inline constexpr kx_message<kx_i64, kx_i64, Text> kBlockMerged{"総ブロック数:%ld  完成ブロック番号：%ld - %s\n"};
+inline constexpr kx_message<kx_i64, kx_i64> kBlockMergedUntimed{"総ブロック数:%ld  完成ブロック番号：%ld\n"};
+
 // --- option scanner ----------------------------------------------------------------------------------------------
 // The option's letter is not part of these two texts.
 inline constexpr kx_message<Text, Text> kScannerError{"%s: %s\n"};
@@ -189,6 +243,8 @@ inline constexpr kx_message<kx_i64, Text> kEchoInputFile{"入力ファイル%ld�
 inline constexpr kx_message<Text> kInvalidNewline{"☆ Invalid newline code [%s]!\n", "☆改行コード[%s]は不正です！\n"};
 inline constexpr kx_message<kx_i64, Text> kStatInputFile{"☆ Failed to stat input file %ld [%s]!\n",
                                                          "☆入力ファイル%ld[%s]のstatを参照失敗しました！\n"};
+inline constexpr kx_message<kx_i64, Text> kNoRegularInput{"☆ Input file %ld [%s] is not a regular file!\n",
+                                                          "☆入力ファイル%ld[%s]は通常ファイルではありません！\n"};
 // Kept: both wordings receive the file's number first, so the English text shows number and size in each other's
 // places.
 inline constexpr kx_message<kx_i64, kx_i64> kInvalidInputSize{"☆ Invalid size [%ld] for input file %ld!\n",

@@ -1,6 +1,7 @@
 #include <initializer_list>
 
 #include "kx_getopt/kx_getopt.h"
+#include "kx_io/kx_temporary_file.h"
 #include "kx_list/kx_list.h"
 #include "kx_memory/kx_memory.h"
 #include "kx_paras/kx_paras.h"
@@ -40,6 +41,7 @@ void kx_CleanupGlobalVars() {
     for (kx_stream *handle : {&inFile, &outFile, &tmpFile, &errFile}) {
         kx_stream_clear(*handle); // harmless where the driver has closed it already
     }
+    kx_temporary_file_forget();
     release_locators();
     kx_CleanupArgsInfo(&argsInfo);
     release_pool();
@@ -49,6 +51,7 @@ void kx_CleanupGlobalVars() {
     kx_getopt_reset();
     startFirst = start = start_tmp = finish = 0;
     kx_reset_counters();
+    kx_reset_pool_counters();
 }
 
 } // namespace orkan

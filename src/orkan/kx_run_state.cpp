@@ -7,6 +7,7 @@ kx_mem_pool *memPool;
 DataInfo dataInfo;
 
 kx_stream inFile, outFile, tmpFile, errFile;
+kx_temporary_identity temporaryFile;
 
 std::int32_t processId;
 kx_i64 startFirst, start, start_tmp, finish;

@@ -5,6 +5,8 @@
 // two counters marked in kx_statistics.cpp.
 #pragma once
 
+#include <sys/types.h>
+
 #include "kx_types/kx_args.h"
 #include "kx_types/kx_unit.h"
 
@@ -17,6 +19,15 @@ extern kx_mem_pool *memPool; ///< created by the driver
 extern DataInfo dataInfo;    ///< the blocks of the split phase; written by the driver and the split sorts
 
 extern kx_stream inFile, outFile, tmpFile, errFile;
+
+/// What the temporary file is known by from its creation on; written by kx_temporary_file.
+struct kx_temporary_identity {
+    int lock; ///< descriptor that keeps the file locked; 0: none
+    dev_t device;
+    ino_t inode;
+    bool exists;
+};
+extern kx_temporary_identity temporaryFile;
 
 extern std::int32_t processId;
 extern kx_i64 startFirst, start, start_tmp, finish; ///< clock() readings of the verbose timings

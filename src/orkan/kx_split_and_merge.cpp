@@ -1,5 +1,6 @@
 // kx_split_and_merge.cpp: the external path: every input in sorted blocks to the one temporary file, then its blocks
 // merged into the output.
+#include "kx_io/kx_temporary_file.h"
 #include "kx_io/kx_writers.h"
 #include "kx_sort/kx_choose.h"
 #include "kx_sort_csv/kx_sort_csv.h"
@@ -21,7 +22,7 @@ enum class phase { split, merge };
 /// In the merge phase a blank line goes before the message.
 int delete_temporary_file(phase now) {
     kx_stream_close(tmpFile); // not cleared: the cleanup meets it again
-    if (kx_unlink(argsInfo.tmpFile.path)) {
+    if (kx_temporary_file_remove(argsInfo.tmpFile.path)) {
         return 0;
     }
     if (now == phase::merge) {
@@ -37,7 +38,7 @@ int create_temporary_file() {
     if (!kx_folder_usable(file.dir)) {
         return kx_fail(msg::kTemporaryFolder, file.dir);
     }
-    if (!kx_stream_open_write(tmpFile, file.path)) {
+    if (!kx_temporary_file_create(tmpFile, file.path)) {
         return kx_fail(msg::kCreateTemporaryFile, file.path);
     }
     return kx_stream_set_buffer(tmpFile, kTemporaryBufferSize) ? 0 : kx_fail(msg::kTemporaryFileBuffer);
@@ -125,7 +126,7 @@ int merge_to_output() {
 int merge_phase() {
     kx_trace(msg::kMergeStarted, kx_GetTimeInfo());
     start = kx_clock();
-    if (!kx_stream_open_read(tmpFile, argsInfo.tmpFile.path)) {
+    if (!kx_temporary_file_reopen(tmpFile, argsInfo.tmpFile.path)) {
         return kx_fail(msg::kOpenTemporaryFile, argsInfo.tmpFile.path);
     }
     const int merged = merge_to_output();

@@ -1,0 +1,180 @@
+// kx_heads.h: which run of a merge has the smallest current record?
+//
+// The order is that of a list from which the first run is taken, advanced, and put back in front of the first run that
+// is not smaller: among equal heads the one advanced last comes first, with a stable merge the one with the smaller
+// index. Two structures keep it:
+//
+//   kx_literal_heads   that very list; any comparator will do, even one that is no consistent order
+//   kx_tree_heads      a tree of losers (Knuth, The Art of Computer Programming 3, 5.4.1) keyed by (record, recency),
+//                      log N comparisons a record, most of them on cached prefixes
+//
+//   kx_either_heads    one or the other, as the format's order_is_consistent() says
+//
+// All take a Format with `order()` (the comparators over slots of runs). The tree also asks for
+// `prefix(run)` and the prefix rule's `decisive`.
+#pragma once
+
+#include <utility>
+
+#include "kx_list/kx_list.h"
+#include "kx_memory/kx_memory.h"
+#include "kx_sort/kx_prefix.h"
+#include "kx_utils/kx_messages.h"
+
+namespace orkan {
+
+class kx_literal_heads {
+  public:
+    /// Takes the runs of the list. 0, or 1 when memory is refused.
+    template <class Format> int open(const Format &format, const kx_list *runs) {
+        order_ = format.order();
+        stable_ = argsInfo.bStabilize == 1;
+        heads_ = kx_list_clone(runs);
+        if (heads_ == nullptr) {
+            return kx_fail(msg::kBlockInformation, kx_list_len(runs) * to_i64(sizeof(void *)));
+        }
+        if (!stable_) {
+            kx_list_qsort(heads_, order_.plain);
+            return 0;
+        }
+        return kx_list_msort(heads_, order_.plain); // Kept: this failure has no message.
+    }
+    void close() { kx_list_destroy(std::exchange(heads_, nullptr), nullptr); }
+
+    [[nodiscard]] kx_i64 count() const { return kx_list_len(heads_); }
+    [[nodiscard]] UnitDataInfo &first() const { return *static_cast<UnitDataInfo *>(kx_list_get(heads_, 0)); }
+
+    /// The first run's current record has changed.
+    template <class Format> void reorder_first(const Format & /*format*/) {
+        kx_list_isort(heads_, stable_ ? order_.stable : order_.plain);
+    }
+    void remove_first() { kx_list_delete(heads_, 0, 1); }
+
+  private:
+    kx_list *heads_ = nullptr;
+    kx_head_order order_{};
+    bool stable_ = false;
+};
+
+class kx_tree_heads {
+  public:
+    template <class Format> int open(const Format &format, const kx_list *runs) {
+        size_ = count_ = kx_list_len(runs);
+        stable_ = argsInfo.bStabilize == 1;
+        compare_ = stable_ ? format.order().stable : format.order().plain;
+        use_prefix_ = VERBOSE == 0; // a verbose run counts its comparisons
+        prefix_decides_ = use_prefix_ && format.prefix_decides();
+        const kx_i64 bytes = size_ * to_i64(sizeof(Head)) + size_ * to_i64(sizeof(kx_i64));
+        memory_ = kx_malloc(memPool, bytes);
+        if (memory_ == nullptr) {
+            return kx_fail(msg::kBlockInformation, bytes);
+        }
+        heads_ = static_cast<Head *>(memory_);
+        losers_ = reinterpret_cast<kx_i64 *>(heads_ + size_);
+        for (kx_i64 i = 0; i < size_; ++i) {
+            auto *run = static_cast<UnitDataInfo *>(kx_list_get(runs, i));
+            heads_[i] = {format.prefix(*run), -i, run}; // equal heads begin in list order
+        }
+        build();
+        return 0;
+    }
+    void close() { kx_free(memPool, std::exchange(memory_, nullptr)); }
+
+    [[nodiscard]] kx_i64 count() const { return count_; }
+    [[nodiscard]] UnitDataInfo &first() const { return *heads_[losers_[0]].run; }
+
+    template <class Format> void reorder_first(const Format &format) {
+        Head &head = heads_[losers_[0]];
+        head.prefix = format.prefix(*head.run);
+        head.recency = ++clock_;
+        replay();
+    }
+    void remove_first() {
+        heads_[losers_[0]].run = nullptr;
+        --count_;
+        replay();
+    }
+
+  private:
+    struct Head {
+        kx_prefix prefix;
+        kx_i64 recency;    ///< when it was advanced; a later one comes first among equals
+        UnitDataInfo *run; ///< null: exhausted, behind all others
+    };
+
+    [[nodiscard]] bool precedes(kx_i64 a, kx_i64 b) const {
+        const Head &x = heads_[a], &y = heads_[b];
+        if (x.run == nullptr || y.run == nullptr) {
+            return x.run != nullptr;
+        }
+        if (use_prefix_ && x.prefix != y.prefix) {
+            return x.prefix < y.prefix;
+        }
+        const int order = prefix_decides_ ? 0 : compare_(&x.run, &y.run);
+        if (order != 0) {
+            return order < 0;
+        }
+        return stable_ ? x.run->index < y.run->index : x.recency > y.recency;
+    }
+
+    /// Enters the runs one by one: a place in the tree is free until its second visitor comes.
+    void build() {
+        constexpr kx_i64 kFree = -1;
+        std::fill(losers_, losers_ + size_, kFree);
+        for (kx_i64 run = 0; run < size_; ++run) {
+            kx_i64 winner = run;
+            kx_i64 node = (run + size_) / 2;
+            for (; node > 0 && losers_[node] != kFree; node /= 2) {
+                play(node, winner);
+            }
+            losers_[node] = winner;
+        }
+    }
+
+    /// The first run has changed: it meets the losers on its way to the root.
+    void replay() {
+        kx_i64 winner = losers_[0];
+        for (kx_i64 node = (winner + size_) / 2; node > 0; node /= 2) {
+            play(node, winner);
+        }
+        losers_[0] = winner;
+    }
+
+    void play(kx_i64 node, kx_i64 &winner) {
+        if (precedes(losers_[node], winner)) {
+            std::swap(losers_[node], winner);
+        }
+    }
+
+    void *memory_ = nullptr;
+    Head *heads_ = nullptr;
+    kx_i64 *losers_ = nullptr; ///< losers_[0] is the winner of all
+    kx_i64 size_ = 0, count_ = 0, clock_ = 0;
+    kx_compare compare_ = nullptr;
+    bool stable_ = false, use_prefix_ = false, prefix_decides_ = false;
+};
+
+/// The tree, or the list where the format says that its order is not consistent.
+class kx_either_heads {
+  public:
+    template <class Format> int open(const Format &format, const kx_list *runs) {
+        literal_ = !format.order_is_consistent();
+        return literal_ ? list_.open(format, runs) : tree_.open(format, runs);
+    }
+    void close() { literal_ ? list_.close() : tree_.close(); }
+
+    [[nodiscard]] kx_i64 count() const { return literal_ ? list_.count() : tree_.count(); }
+    [[nodiscard]] UnitDataInfo &first() const { return literal_ ? list_.first() : tree_.first(); }
+
+    template <class Format> void reorder_first(const Format &format) {
+        literal_ ? list_.reorder_first(format) : tree_.reorder_first(format);
+    }
+    void remove_first() { literal_ ? list_.remove_first() : tree_.remove_first(); }
+
+  private:
+    kx_literal_heads list_;
+    kx_tree_heads tree_;
+    bool literal_ = false;
+};
+
+} // namespace orkan
