@@ -1,0 +1,19 @@
+// kx_error_file.h: the file for records that are too short to hold every sort key.
+//
+// One file for the run, opened when the first index is built and shared by all inputs and chunks; without -E such
+// records are dropped.
+#pragma once
+
+#include "kx_types/kx_bytes.h"
+
+namespace orkan {
+
+enum class kx_error_file_state { ready, cannot_create, no_buffer };
+
+/// Opens errFile when -E names a file and it is not open yet. Prints nothing; `ready` also without -E.
+kx_error_file_state kx_error_file_open();
+
+/// Writes an error record, where there is a file. 0, or 1 with a message.
+int kx_error_file_write(Bytes record);
+
+} // namespace orkan

@@ -1,0 +1,82 @@
+// kx_index_scan.h: what the indexes of newline-ended and CSV records share: an array of locators that grows while
+// records are found, and the list over it without the records that are too short.
+#pragma once
+
+#include <algorithm>
+
+#include "kx_io/kx_error_file.h"
+#include "kx_list/kx_list.h"
+#include "kx_memory/kx_memory.h"
+#include "kx_utils/kx_messages.h"
+#include "orkan/kx_run_state.h"
+
+namespace orkan {
+
+/// An unterminated rest of this many bytes is no record any more.
+inline constexpr kx_i64 kLongestTail = 655359;
+
+/// Locators in pool memory, which the index hands on through recordInfoArray or keyInfoArray.
+template <class Locator> class kx_locators {
+  public:
+    /// Room for `capacity` locators. False when memory is refused.
+    bool open(kx_i64 capacity) {
+        capacity_ = capacity;
+        array_ = static_cast<Locator *>(kx_malloc_hwm(memPool, multiply_saturating(capacity, kSize)));
+        return array_ != nullptr || no_memory();
+    }
+    [[nodiscard]] bool full() const { return count_ == capacity_; }
+    [[nodiscard]] kx_i64 count() const { return count_; }
+    [[nodiscard]] kx_i64 capacity() const { return capacity_; }
+    [[nodiscard]] Locator *array() const { return array_; }
+
+    /// Grows to the wanted capacity, or where so much is refused to twice the present one. False when that is too.
+    bool grow(kx_i64 wanted) {
+        return reallocate(wanted) || reallocate(multiply_saturating(capacity_, 2)) || no_memory();
+    }
+    void add(const Locator &locator) { array_[count_++] = locator; }
+
+  private:
+    static constexpr kx_i64 kSize = sizeof(Locator);
+
+    bool reallocate(kx_i64 capacity) {
+        auto *grown = static_cast<Locator *>(kx_realloc(memPool, array_, multiply_saturating(capacity, kSize)));
+        if (grown == nullptr) {
+            return false;
+        }
+        array_ = grown;
+        capacity_ = capacity;
+        return true;
+    }
+    bool no_memory() const {
+        kx_say(msg::kNoMemory, kib_round_up(multiply_saturating(capacity_, kSize)));
+        return false;
+    }
+
+    Locator *array_ = nullptr;
+    kx_i64 capacity_ = 0, count_ = 0;
+};
+
+/// The list of all locators that `accept` takes, in order; the others go to the error file, as the walk runs from the
+/// last to the first in reverse order. accept(locator) is asked once for each. Null with a message on failure.
+template <class Locator, class Accept> kx_list *kx_list_accepted(const kx_locators<Locator> &locators, Accept accept) {
+    const kx_i64 count = locators.count();
+    kx_list_owner list(__kx_list_create());
+    if (list.get() == nullptr || kx_list_init(list.get(), count) != 0) {
+        kx_say(msg::kNoMemory, kib_round_up(multiply_saturating(count, to_i64(sizeof(void *)))));
+        return nullptr;
+    }
+    kx_i64 first = count; // accepted records gather at the list's end
+    for (kx_i64 i = count - 1; i >= 0; --i) {
+        Locator &locator = locators.array()[i];
+        argsInfo.maxRecLen = std::max<kx_i64>(argsInfo.maxRecLen, locator.len);
+        if (accept(locator)) {
+            kx_list_set(list.get(), --first, &locator);
+        } else if (kx_error_file_write({locator.addr, locator.len}) != 0) {
+            return nullptr;
+        }
+    }
+    kx_list_delete(list.get(), 0, first);
+    return list.release();
+}
+
+} // namespace orkan

@@ -1,0 +1,85 @@
+// kx_newline_split.h: what the split sorts of newline-ended and CSV records share: data that do not end with a newline
+// code get one, and a record that a chunk's end has cut is read again at the start of the next chunk.
+#pragma once
+
+#include <algorithm>
+#include <cstring>
+
+#include "kx_sort/kx_split_loop.h"
+
+namespace orkan {
+
+class kx_newline_split {
+  public:
+    static constexpr bool kCallerCounts = false;
+    static constexpr bool kSkipsEmptyIndex = true;
+    static constexpr bool kCountsRecords = true;
+
+    [[nodiscard]] kx_i64 buffer_size() const { return buffer_size_; }
+    [[nodiscard]] kx_i64 read_size() const { return read_size_; }
+
+    /// After a short read, the input's end, appends a missing newline code.
+    kx_i64 complete(char *&buf, kx_i64 got) {
+        at_end_ = got < read_size_;
+        if (!at_end_) {
+            return got;
+        }
+        const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+        const bool ends = got >= sep.len && std::memcmp(buf + got - sep.len, sep.ptr, to_size(sep.len)) == 0;
+        const kx_i64 length = ends ? got : got + sep.len;
+        if (!enlarge(buf, length)) {
+            return -1;
+        }
+        if (!ends) {
+            std::memcpy(buf + got, sep.ptr, to_size(sep.len));
+            argsInfo.totalFileSize = add_saturating(argsInfo.totalFileSize, sep.len);
+        }
+        read_size_ = length;
+        return length;
+    }
+
+    /// At the input's end an unindexed rest is left alone. A chunk without any whole record would be read again for
+    /// ever: it becomes large enough for the rest of the input.
+    int settle(kx_stream &in, char *&buf, kx_i64 length) {
+        const kx_i64 cut = length - bufDealedSize;
+        if (cut == 0 || at_end_) {
+            return 0;
+        }
+        if (bufDealedSize == 0) {
+            const kx_i64 larger = std::max(input_size_ + argsInfo.sep_len, 2 * read_size_);
+            if (!enlarge(buf, larger)) {
+                return 1;
+            }
+            read_size_ = larger;
+        }
+        return kx_stream_seek_by(in, -cut) ? 0 : kx_fail(msg::kReadSplitInput);
+    }
+
+  protected:
+    /// Even the smallest input is read byte by byte at least.
+    void set_sizes(kx_i64 input_size, kx_i64 read_size, kx_i64 buffer_size) {
+        input_size_ = input_size;
+        read_size_ = std::max<kx_i64>(read_size, 1);
+        buffer_size_ = std::max(buffer_size, read_size_);
+    }
+
+  private:
+    bool enlarge(char *&buf, kx_i64 size) {
+        if (size <= buffer_size_) {
+            return true;
+        }
+        auto *larger = static_cast<char *>(kx_realloc(memPool, buf, size));
+        if (larger == nullptr) {
+            kx_say(msg::kSplitBuffer, size / 1024);
+            return false;
+        }
+        buf = larger;
+        buffer_size_ = size;
+        return true;
+    }
+
+    kx_i64 input_size_ = 0, read_size_ = 0, buffer_size_ = 0;
+    bool at_end_ = false;
+};
+
+} // namespace orkan

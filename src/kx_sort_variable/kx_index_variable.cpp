@@ -1,0 +1,70 @@
+#include "kx_sort/kx_index_scan.h"
+#include "kx_sort_variable/kx_sort_variable.h"
+#include "kx_utils/kx_text.h"
+
+namespace orkan {
+
+namespace {
+
+constexpr kx_i64 kFirstCapacity = 1024;
+
+using Locators = kx_locators<RecordInfo>;
+
+/// From the average length so far to the number of records of the whole block.
+kx_i64 extrapolated(const Locators &locators, kx_i64 size, kx_i64 consumed) {
+    return multiply_saturating(locators.capacity(), size / consumed + 1);
+}
+
+/// Finds all terminated records; bufDealedSize becomes the bytes they take.
+bool scan_records(Locators &locators, const char *block, kx_i64 size) {
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const char *cursor = block;
+    while (const char *match = kx_findstr(cursor, block + size - cursor, sep)) {
+        if (locators.full() && !locators.grow(extrapolated(locators, size, cursor - block))) {
+            return false;
+        }
+        const char *end = match + sep.len;
+        locators.add({static_cast<std::int32_t>(end - cursor), cursor});
+        cursor = end;
+    }
+    bufDealedSize = cursor - block;
+    if (size - bufDealedSize > kLongestTail) {
+        kx_say(msg::kInvalidRecordLength);
+        return false;
+    }
+    return true;
+}
+
+/// Kept: when the error file cannot be created the run goes on, and its records are dropped.
+bool open_error_file() {
+    switch (kx_error_file_open()) {
+    case kx_error_file_state::cannot_create: kx_say(msg::kCreateErrorFile, argsInfo.errFile.path); return true;
+    case kx_error_file_state::no_buffer: kx_say(msg::kErrorBuffer); return false;
+    default: return true;
+    }
+}
+
+} // namespace
+
+kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size) {
+    Locators locators;
+    bufDealedSize = 0;
+    if (!open_error_file() || !locators.open(kFirstCapacity)) {
+        return nullptr;
+    }
+    const bool complete = scan_records(locators, buf, size);
+    recordInfoArray = locators.array();
+    if (!complete) {
+        return nullptr;
+    }
+    dataEnd = buf + size;
+    kx_list *list =
+        kx_list_accepted(locators, [](const RecordInfo &record) { return record.len >= argsInfo.keyMaxPos; });
+    if (list != nullptr && VERBOSE != 0) {
+        finish = kx_clock();
+        kx_say(msg::kIndexTook, __func__, elapsed_ms(start, finish));
+    }
+    return list;
+}
+
+} // namespace orkan
