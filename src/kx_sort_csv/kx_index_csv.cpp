@@ -1,0 +1,166 @@
+// kx_index_csv.cpp: the index of CSV records: where records end and where their key fields are.
+//
+// Newline codes and delimiters count only outside quotes. Quotes are counted anew from each record's and each field's
+// first byte; nothing is unquoted.
+#include "kx_sort/kx_index_scan.h"
+#include "kx_sort_csv/kx_sort_csv.h"
+#include "kx_utils/kx_text.h"
+
+namespace orkan {
+
+namespace {
+
+constexpr kx_i64 kFirstCapacity = 1024;
+
+using Records = kx_locators<RecordInfo_csv>;
+using Fields = kx_locators<KeyInfo_csv>;
+
+/// Kept: unlike for other records a refused error file ends the run, and the messages are Japanese everywhere.
+bool open_error_file() {
+    switch (kx_error_file_open()) {
+    case kx_error_file_state::cannot_create:
+        kx_say(msg::kCreateErrorFile.japanese_only(), argsInfo.errFile.path);
+        return false;
+    case kx_error_file_state::no_buffer: kx_say(msg::kErrorBuffer.japanese_only()); return false;
+    default: return true;
+    }
+}
+
+/// Finds all terminated records; bufDealedSize becomes the bytes they take.
+bool scan_records(Records &records, const char *block, kx_i64 size) {
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const char *cursor = block;
+    while (const char *match = kx_findstr_csv(cursor, block + size - cursor, sep, argsInfo.quote)) {
+        if (records.full() && !records.grow(2 * records.capacity())) {
+            return false;
+        }
+        const char *end = match + sep.len;
+        records.add({cursor, static_cast<std::int32_t>(end - cursor), nullptr, 0});
+        cursor = end;
+    }
+    bufDealedSize = cursor - block;
+    if (size - bufDealedSize > kLongestTail) {
+        kx_say(msg::kInvalidRecordLength.japanese_only());
+        return false;
+    }
+    return true;
+}
+
+/// Hands the fields of a record to take(field, is_last) from the first one on, until that returns false.
+template <class Take> void for_fields(const RecordInfo_csv &record, Take take) {
+    const Bytes delimiter{argsInfo.delimiter, argsInfo.delimiter_len};
+    const char *end = record.addr + record.len;
+    const char *field = record.addr;
+    for (bool more = true; more;) {
+        const char *match = kx_findstr_csv_within(field, end - field, delimiter, argsInfo.quote, dataEnd);
+        const bool last = match == nullptr;
+        // A delimiter that overlaps the newline code may leave less than nothing to the last field.
+        const kx_i64 length = std::max<kx_i64>((last ? end - argsInfo.sep_len : match) - field, 0);
+        more = take(KeyInfo_csv{static_cast<std::int32_t>(field - record.addr), static_cast<std::int32_t>(length)},
+                    last) &&
+               !last;
+        field = last ? end : match + delimiter.len;
+    }
+}
+
+// --- with sort keys ----------------------------------------------------------------------------------------------
+
+/// The first key that names the column, or -1: a column serves one key only.
+kx_i64 key_of_column(kx_i64 column) {
+    for (kx_i64 k = 0; k < argsInfo.keyNums; ++k) {
+        if (argsInfo.arrSortKey[k].srtPos == column) {
+            return k;
+        }
+    }
+    return -1;
+}
+
+/// Stores the key fields of a record; columns behind the last one needed are not looked at. False when a key's column
+/// is missing.
+bool locate_keys(RecordInfo_csv &record, KeyInfo_csv *entries) {
+    record.keyInfo = entries;
+    kx_i64 column = 0;
+    for_fields(record, [&](const KeyInfo_csv &field, bool /*last*/) {
+        const kx_i64 key = key_of_column(++column);
+        if (key >= 0) {
+            entries[key] = field;
+            ++record.num;
+        }
+        return record.num < argsInfo.keyNums;
+    });
+    return record.num == argsInfo.keyNums;
+}
+
+kx_list *list_with_keys(const Records &records) {
+    Fields entries;
+    if (!entries.open(multiply_saturating(argsInfo.keyNums, records.count()))) {
+        return nullptr;
+    }
+    keyInfoArray = entries.array();
+    return kx_list_accepted(records, [&](RecordInfo_csv &record) {
+        return locate_keys(record, keyInfoArray + (&record - records.array()) * argsInfo.keyNums);
+    });
+}
+
+// --- without sort keys -------------------------------------------------------------------------------------------
+
+/// Kept: a full array doubles for a middle field and grows by the number of records for a last one.
+bool make_room(Fields &fields, bool last, kx_i64 records) {
+    return !fields.full() || fields.grow(last ? fields.capacity() + records : 2 * fields.capacity());
+}
+
+bool locate_all_fields(RecordInfo_csv &record, Fields &fields, kx_i64 records) {
+    bool complete = true;
+    for_fields(record, [&](const KeyInfo_csv &field, bool last) {
+        complete = make_room(fields, last, records);
+        if (complete) {
+            fields.add(field);
+            ++record.num;
+        }
+        return complete;
+    });
+    return complete;
+}
+
+kx_list *list_with_all_fields(const Records &records) {
+    const kx_i64 count = records.count();
+    Fields fields;
+    bool complete = fields.open(count);
+    for (kx_i64 i = 0; complete && i < count; ++i) {
+        complete = locate_all_fields(records.array()[i], fields, count);
+    }
+    keyInfoArray = fields.array();
+    if (!complete) {
+        return nullptr;
+    }
+    KeyInfo_csv *next = fields.array(); // only now: the array has moved while it grew
+    for (kx_i64 i = 0; i < count; ++i) {
+        records.array()[i].keyInfo = next;
+        next += records.array()[i].num;
+    }
+    return kx_list_accepted(records, [](const RecordInfo_csv &) { return true; });
+}
+
+} // namespace
+
+kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size) {
+    Records records;
+    bufDealedSize = 0;
+    if (!open_error_file() || !records.open(kFirstCapacity)) {
+        return nullptr;
+    }
+    const bool complete = scan_records(records, buf, size);
+    recordInfoArray = records.array();
+    if (!complete) {
+        return nullptr;
+    }
+    dataEnd = buf + size;
+    kx_list *list = argsInfo.keyNums > 0 ? list_with_keys(records) : list_with_all_fields(records);
+    if (list != nullptr && VERBOSE != 0) {
+        finish = kx_clock();
+        kx_say(msg::kIndexTook, __func__, elapsed_ms(start, finish));
+    }
+    return list;
+}
+
+} // namespace orkan
