@@ -9,13 +9,22 @@ namespace {
 
 constexpr kx_i64 kErrorBufferSize = 65536;
 
+/// Opening it would empty an input that may still have to be read, or the output.
+bool is_in_use(const char *path) {
+    bool in_use = outFile.open && kx_same_file(argsInfo.outFile.path, path);
+    for (kx_i64 i = 0; !in_use && i < argsInfo.inFileNums; ++i) {
+        in_use = kx_same_file(argsInfo.arrInFile[i].path, path);
+    }
+    return in_use;
+}
+
 } // namespace
 
 kx_error_file_state kx_error_file_open() {
     if (argsInfo.errFile.path == nullptr || errFile.open) {
         return kx_error_file_state::ready;
     }
-    if (!kx_stream_open_write(errFile, argsInfo.errFile.path)) {
+    if (is_in_use(argsInfo.errFile.path) || !kx_stream_open_write(errFile, argsInfo.errFile.path)) {
         return kx_error_file_state::cannot_create;
     }
     return kx_stream_set_buffer(errFile, kErrorBufferSize) ? kx_error_file_state::ready

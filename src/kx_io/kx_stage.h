@@ -4,9 +4,9 @@
 // The buffer is the output's: argsInfo.outFile.outBuf, outBufSize (bytes at which it counts as full), outBufOffset.
 #pragma once
 
-#include <algorithm>
 #include <cstring>
 
+#include "kx_assert/kx_assert.h"
 #include "kx_memory/kx_memory.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
@@ -16,19 +16,28 @@ namespace orkan {
 /// What an output buffer is asked to be, in bytes.
 inline constexpr kx_i64 kStageSize = 655360;
 
-/// Takes a staging buffer that counts as full at `size` bytes and holds at least one record of `longest` bytes.
-/// 0, or 1 with a message.
-inline int kx_stage_open(kx_i64 size, kx_i64 longest) {
+/// Takes a staging buffer that counts as full at `size` bytes. 0, or 1 with a message.
+inline int kx_stage_open(kx_i64 size) {
     FileInfo &output = argsInfo.outFile;
-    output.outBuf = static_cast<char *>(kx_qmalloc(memPool, std::max(size, longest)));
+    output.outBuf = static_cast<char *>(kx_qmalloc(memPool, size));
     output.outBufSize = size;
     output.outBufOffset = 0;
     return output.outBuf != nullptr ? 0 : kx_fail(msg::kStagingMemory, kib_round_up(size));
 }
 
-/// Copies a record behind those staged and gives the copy. The caller has made room.
+/// Copies a record behind those staged and gives the copy. The caller has made room; a record longer than the buffer
+/// comes alone, and the buffer grows for it. No bytes, with a message, when that is refused.
 inline Bytes kx_stage_append(Bytes record) {
     FileInfo &output = argsInfo.outFile;
+    if (record.len > output.outBufSize) {
+        KX_ASSERT(output.outBufOffset == 0);
+        auto *larger = static_cast<char *>(kx_realloc(memPool, output.outBuf, record.len));
+        if (larger == nullptr) {
+            kx_say(msg::kStagingMemory, kib_round_up(record.len));
+            return {};
+        }
+        output.outBuf = larger;
+    }
     char *place = output.outBuf + output.outBufOffset;
     std::memcpy(place, record.ptr, to_size(record.len));
     output.outBufOffset += record.len;

@@ -185,7 +185,9 @@ int kx_open_output(const kx_message<const char *> &cannot_create) {
         kx_stream_standard_output(outFile);
         return 0;
     }
-    return kx_stream_open_write(outFile, argsInfo.outFile.path) ? 0 : kx_fail(cannot_create, argsInfo.outFile.path);
+    const char *path = argsInfo.outFile.path;
+    const bool is_error_file = errFile.open && kx_same_file(argsInfo.errFile.path, path); // opening it would empty that
+    return !is_error_file && kx_stream_open_write(outFile, path) ? 0 : kx_fail(cannot_create, path);
 }
 
 int kx_close_output() { return kx_stream_close(outFile) ? 0 : kx_output_failed(); }

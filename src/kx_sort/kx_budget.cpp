@@ -20,6 +20,9 @@ kx_i64 index_overhead(const ArgsInfo &args) {
 
 /// What sorting everything in memory takes; a stable sort needs the index a second time.
 kx_i64 in_memory_need(const ArgsInfo &args) {
+    if (args.totalFileSize < 0) {
+        return args.totalFileSize; // beyond every bound, like any negative size
+    }
     const kx_i64 index = multiply_saturating(index_overhead(args), args.bStabilize != 0 ? 2 : 1);
     return add_saturating(add_saturating(args.totalFileSize, BASIC_SIZE), index);
 }
@@ -49,6 +52,13 @@ kx_i64 kx_calculate_memsize() {
     const bool too_large = wanted != 0 && need > wanted;
     args.bMemory = too_large ? 0 : 1;
     return within_bounds(args, too_large ? wanted : need);
+}
+
+kx_i64 kx_fixed_chunk_size() {
+    const auto length = static_cast<std::uint64_t>(argsInfo.recLen);
+    const auto budget = static_cast<std::uint64_t>(argsInfo.totalMemSize - BASIC_SIZE);
+    const std::uint64_t per_record = length + (argsInfo.bStabilize != 0 ? 16 : 8);
+    return static_cast<kx_i64>(length * (budget / per_record));
 }
 
 } // namespace orkan

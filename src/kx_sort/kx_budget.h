@@ -14,4 +14,8 @@ inline constexpr kx_i64 kMaximumPoolSize = 2147483647; ///< bytes
 /// argsInfo.bMemory: 1 when everything is to be sorted in memory.
 kx_i64 kx_calculate_memsize();
 
+/// Bytes of a chunk of whole fixed-length records within the pool's budget, each counted at its own bytes plus its slot
+/// (two with a stable sort). 0 when not even one fits.
+kx_i64 kx_fixed_chunk_size();
+
 } // namespace orkan

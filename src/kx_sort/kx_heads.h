@@ -45,12 +45,15 @@ class kx_literal_heads {
     [[nodiscard]] UnitDataInfo &first() const { return *static_cast<UnitDataInfo *>(kx_list_get(heads_, 0)); }
 
     /// The first run's current record has changed.
-    template <class Format> void reorder_first(const Format & /*format*/) {
-        kx_list_isort(heads_, stable_ ? order_.stable : order_.plain);
+    template <class Format> void reorder_first(const Format & /*format*/) { settle_first(); }
+    void remove_first() {
+        kx_list_delete(heads_, 0, 1);
+        settle_first(); // by design a new first run is looked at like a changed one
     }
-    void remove_first() { kx_list_delete(heads_, 0, 1); }
 
   private:
+    void settle_first() { kx_list_isort(heads_, stable_ ? order_.stable : order_.plain); }
+
     kx_list *heads_ = nullptr;
     kx_head_order order_{};
     bool stable_ = false;

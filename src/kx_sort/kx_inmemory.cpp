@@ -3,25 +3,14 @@
 
 #include "kx_io/kx_writers.h"
 #include "kx_memory/kx_memory.h"
-#include "kx_sort/kx_choose.h"
+#include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_index_sort.h"
-#include "kx_sort_csv/kx_sort_csv.h"
-#include "kx_sort_fix/kx_sort_fix.h"
-#include "kx_sort_variable/kx_sort_variable.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
 
 namespace {
-
-kx_list *build_index(const char *buf, kx_i64 size) {
-    switch (kx_record_format()) {
-    case kx_format::fixed: return _kx_get_indexList(buf, size);
-    case kx_format::csv: return _kx_get_indexList_csv(buf, size);
-    default: return _kx_get_indexList_variable(buf, size);
-    }
-}
 
 /// Prints what the stretch since `start` took, and restarts `start`.
 void trace_stretch(const kx_message<double> &message) {
@@ -32,14 +21,8 @@ void trace_stretch(const kx_message<double> &message) {
     }
 }
 
-template <class T> void release(T *&block) {
-    kx_free(memPool, block);
-    block = nullptr;
-}
-
 void release_all(kx_list *list, char *buf) {
-    release(keyInfoArray);
-    release(recordInfoArray);
+    kx_release_locators();
     kx_list_destroy(list, nullptr);
     kx_qfree(memPool, buf);
 }
@@ -48,7 +31,7 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
     if (VERBOSE != 0) {
         start = kx_clock();
     }
-    kx_list *list = size < 1 ? nullptr : build_index(buf, size);
+    kx_list *list = size < 1 ? nullptr : kx_build_index(buf, size);
     if (argsInfo.totalRecNum == 0) {
         argsInfo.totalRecNum = kx_list_len(list);
     }

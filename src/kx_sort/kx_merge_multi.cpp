@@ -1,8 +1,71 @@
 #include "kx_sort/kx_merge_multi.h"
 
+#include "kx_io/kx_writers.h"
+#include "kx_sort/kx_formats.h"
+#include "kx_sort/kx_presorted_merge.h"
+
 namespace orkan {
 
-// Not built yet: it fails, and the driver reports it.
-int kx_mergeSortMultiFile() { return 1; }
+namespace {
+
+int open_input(FileInfo &file) {
+    UnitDataInfo *run = kx_unitDataInfo_create();
+    if (run == nullptr) {
+        return kx_fail(msg::kBlockInformation, to_i64(sizeof(UnitDataInfo)));
+    }
+    run->bufSize = kPresortedBuffer;
+    run->fileInfo = &file;
+    file.unitDataInfo = run;
+    if (!kx_stream_open_read(file.file, file.path)) {
+        return kx_fail(msg::kOpenInputFile, file.path);
+    }
+    return kx_stream_set_buffer(file.file, 0) ? 0 : kx_fail(msg::kInputBuffer);
+}
+
+/// Opening the output would empty an input that is still to be read.
+bool output_is_an_input() {
+    for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+        if (kx_same_file(argsInfo.arrInFile[i].path, argsInfo.outFile.path)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int open_output() {
+    if (output_is_an_input()) {
+        return kx_fail(msg::kCreateOutputFile, argsInfo.outFile.path);
+    }
+    if (kx_open_output(msg::kCreateOutputFile) != 0) {
+        return 1;
+    }
+    return kx_stream_set_buffer(outFile, kOutputBufferSize) ? 0 : kx_fail(msg::kOutputBuffer);
+}
+
+void close_inputs() {
+    for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+        kx_stream_clear(argsInfo.arrInFile[i].file);
+    }
+}
+
+int merge() {
+    for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+        if (open_input(argsInfo.arrInFile[i]) != 0) {
+            return 1;
+        }
+    }
+    if (open_output() != 0 || kx_merge_presorted() != 0) {
+        return 1;
+    }
+    return kx_close_output();
+}
+
+} // namespace
+
+int kx_mergeSortMultiFile() {
+    const int status = merge();
+    close_inputs();
+    return status;
+}
 
 } // namespace orkan

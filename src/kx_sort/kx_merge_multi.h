@@ -3,7 +3,7 @@
 
 namespace orkan {
 
-/// Merges the inputs, each already in the order of the keys, into the output. 0, or 1 on failure.
+/// Merges the inputs, each already in the order of the keys, into the output. 0, or 1 with a message.
 int kx_mergeSortMultiFile();
 
 } // namespace orkan

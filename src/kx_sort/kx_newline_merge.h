@@ -1,14 +1,53 @@
-// kx_newline_merge.h: what the block merges of newline-ended and CSV records share. Records vary in length, so the
-// budget knows only the longest, and the record staged last is remembered in its run's justOut fields.
+// kx_newline_merge.h: what the merges of newline-ended and CSV records share: records vary in length, and the record
+// staged last is remembered in its run's justOut fields.
 #pragma once
 
-#include "kx_sort/kx_merge_loop.h"
+#include "kx_sort/kx_block_merge.h"
 
 namespace orkan {
 
-class kx_newline_merge {
+/// For blocks and presorted inputs alike.
+class kx_newline_runs {
   public:
     static kx_i64 staging_size() { return kStageSize; }
+    [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
+    [[nodiscard]] bool differs(const UnitDataInfo &run) const { return last_ == nullptr || differs_(last_, &run) != 0; }
+
+  protected:
+    explicit kx_newline_runs(kx_compare difference) : differs_(difference) {}
+
+    /// The copy in the staging buffer, not the run's own bytes: these move when the buffer is refilled.
+    void remember(UnitDataInfo &run, Bytes copy) {
+        run.justOutRecLen = copy.len;
+        run.justOutRecAddr = copy.ptr;
+        last_ = &run;
+    }
+
+    /// `locators` are KeyInfo_csv entries at any byte offset. 0, or 1 with a message.
+    int remember(UnitDataInfo &run, Bytes copy, Bytes locators) {
+        auto *kept = static_cast<KeyInfo_csv *>(kx_realloc(memPool, run.justOutKeyInfo, locators.len));
+        if (kept == nullptr) {
+            return kx_fail(msg::kBlockInformation, locators.len);
+        }
+        if (locators.len > 0) {
+            std::memcpy(kept, locators.ptr, to_size(locators.len));
+        }
+        run.justOutKeyInfo = kept;
+        run.justOutKeyNum = locators.len / to_i64(sizeof(KeyInfo_csv));
+        remember(run, copy);
+        return 0;
+    }
+
+    kx_prefix_rule rule_ = kx_choose_prefix_rule();
+
+  private:
+    kx_compare differs_;
+    const UnitDataInfo *last_ = nullptr; ///< the run that the record staged last came from
+};
+
+/// For blocks: the budget knows only the longest record.
+class kx_newline_blocks : public kx_newline_runs {
+  public:
     static kx_i64 longest_record() { return argsInfo.maxRecLen; }
 
     /// Kept: in unique mode the lines of output buffer and block count appear a second time.
@@ -28,19 +67,14 @@ class kx_newline_merge {
     }
 
     static kx_head_order order() { return kx_choose_run_order(); }
-    [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
-
-    [[nodiscard]] bool differs(const UnitDataInfo &run) const { return last_ == nullptr || differs_(last_, &run) != 0; }
     static bool stage_is_full(kx_i64 bytes) {
         return argsInfo.outFile.outBufOffset + bytes > argsInfo.outFile.outBufSize;
     }
 
   protected:
-    kx_prefix_rule rule_ = kx_choose_prefix_rule();
-    const UnitDataInfo *last_ = nullptr; ///< the run that the record staged last came from
+    explicit kx_newline_blocks(kx_stream &tmp) : kx_newline_runs(kx_choose_run_difference()), tmp_(tmp) {}
 
-  private:
-    kx_compare differs_ = kx_choose_run_difference();
+    kx_stream &tmp_;
 };
 
 } // namespace orkan

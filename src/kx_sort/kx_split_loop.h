@@ -19,43 +19,12 @@
 //   the records to the total (fixed-length inputs tell it by their sizes)
 #pragma once
 
-#include "kx_io/kx_writers.h"
 #include "kx_memory/kx_memory.h"
-#include "kx_sort/kx_index_sort.h"
-#include "kx_sort/kx_unit.h"
+#include "kx_sort/kx_block.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
-
-template <class Format> int kx_write_block(const kx_list *list, kx_stream &tmp, UnitDataInfo &unit, kx_i64 got) {
-    if (argsInfo.bUnique != 0) {
-        return kx_outputTempFile_list_unique(list, tmp, &unit);
-    }
-    if (!Format::kCallerCounts) {
-        return kx_outputTempFile_list(list, tmp, &unit);
-    }
-    unit.size = got; // Kept: a trailing fragment counts, though it is not written.
-    unit.totalRecNum = kx_list_len(list);
-    return kx_outputTempFile_list(list, tmp, nullptr);
-}
-
-/// Sorts one indexed chunk and appends it as a block.
-template <class Format> int kx_add_block(Format &format, kx_list *list, kx_stream &tmp, kx_i64 got) {
-    if (kx_sort_index(list, argsInfo.bStabilize == 1) != 0) {
-        return kx_fail(msg::kSplitStableSort);
-    }
-    UnitDataInfo *unit = kx_append_block(format.position());
-    if (unit == nullptr) {
-        return 1;
-    }
-    if (kx_write_block<Format>(list, tmp, *unit, got) < 0) {
-        return kx_fail(msg::kWriteTemporaryFile);
-    }
-    format.position() += unit->size;
-    kx_trace(msg::kBlockWritten, dataInfo.cnt);
-    return 0;
-}
 
 /// Makes a block of the `got` bytes just read.
 template <class Format> int kx_sort_chunk(Format &format, kx_stream &in, kx_stream &tmp, char *&buf, kx_i64 got) {
@@ -70,8 +39,10 @@ template <class Format> int kx_sort_chunk(Format &format, kx_stream &in, kx_stre
     if (Format::kCountsRecords && VERBOSE != 0) {
         argsInfo.totalRecNum += kx_list_len(list);
     }
+    // Kept: of fixed-length records a trailing fragment counts, though it is not written.
+    const kx_i64 caller_size = Format::kCallerCounts ? got : kWriterCounts;
     const bool block = kx_list_len(list) > 0 || !Format::kSkipsEmptyIndex;
-    if (block && kx_add_block(format, list, tmp, got) != 0) {
+    if (block && kx_add_block(list, {tmp, format.position(), caller_size, msg::kSplitStableSort}) != 0) {
         return 1;
     }
     format.release_locators();

@@ -27,7 +27,7 @@ bool open_error_file() {
 }
 
 /// Finds all terminated records; bufDealedSize becomes the bytes they take.
-bool scan_records(Records &records, const char *block, kx_i64 size) {
+bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
     const char *cursor = block;
     while (const char *match = kx_findstr_csv(cursor, block + size - cursor, sep, argsInfo.quote)) {
@@ -39,7 +39,7 @@ bool scan_records(Records &records, const char *block, kx_i64 size) {
         cursor = end;
     }
     bufDealedSize = cursor - block;
-    if (size - bufDealedSize > kLongestTail) {
+    if (size - bufDealedSize > longest_tail) {
         kx_say(msg::kInvalidRecordLength.japanese_only());
         return false;
     }
@@ -143,13 +143,13 @@ kx_list *list_with_all_fields(const Records &records) {
 
 } // namespace
 
-kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size) {
+kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail) {
     Records records;
     bufDealedSize = 0;
     if (!open_error_file() || !records.open(kFirstCapacity)) {
         return nullptr;
     }
-    const bool complete = scan_records(records, buf, size);
+    const bool complete = scan_records(records, buf, size, longest_tail);
     recordInfoArray = records.array();
     if (!complete) {
         return nullptr;

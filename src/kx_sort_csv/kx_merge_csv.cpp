@@ -8,9 +8,11 @@ namespace {
 constexpr kx_i64 kHeader = sizeof(RecordInfo_csv_temp), kLocator = sizeof(KeyInfo_csv);
 
 /// Blocks of records with lengths and field locators in front.
-class CsvMerge : public kx_newline_merge {
+class CsvMerge : public kx_newline_blocks {
   public:
     using Heads = kx_either_heads;
+
+    explicit CsvMerge(kx_stream &tmp) : kx_newline_blocks(tmp) {}
 
     /// Kept: field counts decide early between whole records, which gives no consistent order.
     static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone; }
@@ -27,7 +29,6 @@ class CsvMerge : public kx_newline_merge {
         const bool possible = header.len >= 0 && header.len <= longest_record() && header.num >= 0;
         return possible ? kHeader + header.num * kLocator + header.len : 0;
     }
-
     /// Kept: a record that ends exactly at the buffer's end counts as cut.
     static bool needs_refill(const UnitDataInfo &run) {
         const kx_i64 held = run.bufSize - run.bufOffset;
@@ -35,24 +36,14 @@ class CsvMerge : public kx_newline_merge {
         return held < kHeader || wanted == 0 || wanted >= held;
     }
 
+    kx_next next(UnitDataInfo &run) { return kx_next_in_block(*this, run, tmp_); }
     int staged(UnitDataInfo &run, Bytes copy) {
-        const Bytes locators = read_csv_temp(held_from_current(run)).locators;
-        auto *kept = static_cast<KeyInfo_csv *>(kx_realloc(memPool, run.justOutKeyInfo, locators.len));
-        if (kept == nullptr) {
-            return kx_fail(msg::kBlockInformation, locators.len);
-        }
-        std::memcpy(kept, locators.ptr, to_size(locators.len));
-        run.justOutKeyInfo = kept;
-        run.justOutKeyNum = locators.len / kLocator;
-        run.justOutRecLen = copy.len;
-        run.justOutRecAddr = copy.ptr;
-        last_ = &run;
-        return 0;
+        return remember(run, copy, read_csv_temp(held_from_current(run)).locators);
     }
 };
 
 } // namespace
 
-int kx_mergeSortFile_csv(kx_stream &tmp, kx_stream &out) { return kx_merge_blocks(CsvMerge{}, tmp, out); }
+int kx_mergeSortFile_csv(kx_stream &tmp, kx_stream &out) { return kx_merge_blocks(CsvMerge{tmp}, tmp, out); }
 
 } // namespace orkan

@@ -2,13 +2,15 @@
 #pragma once
 
 #include "kx_list/kx_list.h"
+#include "kx_sort/kx_index_scan.h"
 #include "kx_utils/kx_stream.h"
 
 namespace orkan {
 
 /// The index of the CSV records in `size` bytes: a list of RecordInfo_csv in buffer order. The caller owns the list;
-/// its locators are freed through recordInfoArray and keyInfoArray. Null on failure.
-kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size);
+/// its locators are freed through recordInfoArray and keyInfoArray. Null on failure, also
+/// when more than `longest_tail` bytes at the end belong to no terminated record.
+kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail = kLongestTail);
 
 /// Appends the sorted blocks of one input to `tmp` and dataInfo; `size` is its size in bytes less the header's.
 /// 0, or 1 on failure.
@@ -16,5 +18,8 @@ int kx_splitSortFile_csv(kx_stream &in, kx_stream &tmp, kx_i64 size);
 
 /// Merges all blocks of dataInfo from `tmp` into `out`. 0, or 1 on failure.
 int kx_mergeSortFile_csv(kx_stream &tmp, kx_stream &out);
+
+/// Merges the presorted inputs, opened by the dispatcher, into outFile. 0, or 1 with a message.
+int kx_mergeSortMultiFile_csv();
 
 } // namespace orkan

@@ -16,4 +16,7 @@ int kx_splitSortFile(kx_stream &in, kx_stream &tmp);
 /// Merges all blocks of dataInfo from `tmp` into `out`. 0, or 1 with a message.
 int kx_mergeSortFile(kx_stream &tmp, kx_stream &out);
 
+/// Merges the presorted inputs, opened by the dispatcher, into outFile. 0, or 1 with a message.
+int kx_mergeSortMultiFile_fix();
+
 } // namespace orkan

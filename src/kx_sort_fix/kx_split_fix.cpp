@@ -8,7 +8,6 @@ namespace orkan {
 
 namespace {
 
-/// Chunks of whole records, each budgeted at its own bytes plus its slot (two with a stable sort).
 class FixedSplit {
   public:
     static constexpr bool kCallerCounts = true;
@@ -16,10 +15,7 @@ class FixedSplit {
     static constexpr bool kCountsRecords = false;
 
     int prepare(kx_stream &in) {
-        const auto length = static_cast<std::uint64_t>(argsInfo.recLen);
-        const auto budget = static_cast<std::uint64_t>(argsInfo.totalMemSize - BASIC_SIZE);
-        const std::uint64_t per_record = length + (argsInfo.bStabilize != 0 ? 16 : 8);
-        chunk_ = static_cast<kx_i64>(length * (budget / per_record));
+        chunk_ = kx_fixed_chunk_size();
         kx_trace(msg::kShowSplitBuffer, chunk_ / 1024);
         return chunk_ > 0 ? 0 : refuse_data(in);
     }

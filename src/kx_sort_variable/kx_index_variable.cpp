@@ -16,7 +16,7 @@ kx_i64 extrapolated(const Locators &locators, kx_i64 size, kx_i64 consumed) {
 }
 
 /// Finds all terminated records; bufDealedSize becomes the bytes they take.
-bool scan_records(Locators &locators, const char *block, kx_i64 size) {
+bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
     const char *cursor = block;
     while (const char *match = kx_findstr(cursor, block + size - cursor, sep)) {
@@ -28,7 +28,7 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size) {
         cursor = end;
     }
     bufDealedSize = cursor - block;
-    if (size - bufDealedSize > kLongestTail) {
+    if (size - bufDealedSize > longest_tail) {
         kx_say(msg::kInvalidRecordLength);
         return false;
     }
@@ -46,13 +46,13 @@ bool open_error_file() {
 
 } // namespace
 
-kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size) {
+kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail) {
     Locators locators;
     bufDealedSize = 0;
     if (!open_error_file() || !locators.open(kFirstCapacity)) {
         return nullptr;
     }
-    const bool complete = scan_records(locators, buf, size);
+    const bool complete = scan_records(locators, buf, size, longest_tail);
     recordInfoArray = locators.array();
     if (!complete) {
         return nullptr;

@@ -8,9 +8,11 @@ namespace {
 constexpr kx_i64 kHeader = sizeof(RecordLength_temp);
 
 /// Blocks of records with their length in front.
-class VariableMerge : public kx_newline_merge {
+class VariableMerge : public kx_newline_blocks {
   public:
     using Heads = kx_tree_heads;
+
+    explicit VariableMerge(kx_stream &tmp) : kx_newline_blocks(tmp) {}
 
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_head(run)); }
     static Bytes record(const UnitDataInfo &run) { return read_variable_temp(held_from_current(run)).bytes; }
@@ -29,16 +31,17 @@ class VariableMerge : public kx_newline_merge {
         return held <= kHeader || wanted == 0 || wanted > held;
     }
 
+    kx_next next(UnitDataInfo &run) { return kx_next_in_block(*this, run, tmp_); }
     int staged(UnitDataInfo &run, Bytes copy) {
-        run.justOutRecLen = copy.len;
-        run.justOutRecAddr = copy.ptr;
-        last_ = &run;
+        remember(run, copy);
         return 0;
     }
 };
 
 } // namespace
 
-int kx_mergeSortFile_variable(kx_stream &tmp, kx_stream &out) { return kx_merge_blocks(VariableMerge{}, tmp, out); }
+int kx_mergeSortFile_variable(kx_stream &tmp, kx_stream &out) {
+    return kx_merge_blocks(VariableMerge{tmp}, tmp, out);
+}
 
 } // namespace orkan

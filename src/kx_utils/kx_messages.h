@@ -190,6 +190,32 @@ inline constexpr kx_message<kx_i64> kShowSplitBuffer{"分割ソート用バッ�
 inline constexpr kx_message<kx_i64> kShowFirstSplitBuffer{"最初分割ソート用バッファサイズは[%ld]KBです。\n"};
 inline constexpr kx_message<kx_i64> kBlockWritten{"ブロック%ld を処理しました！ \n"};
 
+// --- standard input ----------------------------------------------------------------------------------------------
+inline constexpr kx_message<> kTemporaryPath{"☆ Temporary file path is invalid, sorting aborted!\n",
+                                             "☆一時ファイルのパスが不正の為、ソート中止しました！\n"};
+inline constexpr kx_message<> kInputStableSort{
+    "☆ Failed to call kx_list_msort function during split sort (kx_stdin)! \n",
+    "☆分割ソート中にkx_list_msort函数の呼び込みは失敗しました(kx_stdin)！ \n"};
+inline constexpr kx_message<kx_i64> kInvalidDataSize{"☆ Invalid input data size [%ld]!\n",
+                                                     "☆入力データのサイズ[%ld]は不正です！\n"};
+inline constexpr kx_message<> kReadStandardInput{"☆ Error occurred while reading standard input!\n",
+                                                 "☆標準入力の読み込み中にエラーが発生しました！\n"};
+inline constexpr kx_message<kx_i64> kShowInputBuffer{"ブロックのバッファサイズは[%ld]KBです。\n"};
+inline constexpr kx_message<Text> kInputSplitStarted{"-- 一時ファイルでのソートは開始します。 %s\n"};
+inline constexpr kx_message<> kNoInputData{"\n-- ソートデータ無しなので、終了する。\n"};
+// Kept: raw clock units under the label ms.
+inline constexpr kx_message<kx_i64> kInputSplitTook{"分割ソートにかった時間[%ld]msです。\n"};
+inline constexpr kx_message<Text> kInputSplitCompleted{"-- 一時ファイルでの分割ソートは完成しました。 %s\n\n"};
+inline constexpr kx_message<Text> kInputMergeStarted{"-- 一時ファイルのマージソートは開始します。 %s\n"};
+inline constexpr kx_message<kx_i64> kInputMergeTook{"一時ファイルのマージソートがかかった時間[%ld]ms。\n"};
+inline constexpr kx_message<Text> kInputSortCompleted{"-- 一時ファイルでのソートは完成しました。 %s\n"};
+
+// --- merge of presorted inputs -----------------------------------------------------------------------------------
+inline constexpr kx_message<kx_i64> kMergeBuffer{"☆ Failed to allocate [%ld]KB memory for merge sort buffer! \n",
+                                                 "☆マージソート用バッファ[%ld]KBメモリの割当は失敗しました！ \n"};
+inline constexpr kx_message<> kReadMergeInput{"☆ Error occurred while reading input file during merge sort!\n",
+                                              "☆マージソートでは、入力ファイルの読み込み中にエラーが発生しました！\n"};
+
 // --- merges ------------------------------------------------------------------------------------------------------
 inline constexpr kx_message<kx_i64> kStagingMemory{"☆出力バッファ[%ld]KBメモリの割当は失敗しました！ \n"};
 // Kept: both wordings receive the block's number first, so the English text shows number and size in each other's

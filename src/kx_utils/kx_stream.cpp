@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kx_assert/kx_assert.h"
@@ -175,6 +176,12 @@ bool kx_stream_clear(kx_stream &s) {
     const bool complete = kx_stream_close(s);
     s = kx_stream{};
     return complete;
+}
+
+bool kx_same_file(const char *path, const char *other) {
+    struct stat a {}, b {};
+    return path != nullptr && other != nullptr && stat(path, &a) == 0 && stat(other, &b) == 0 && S_ISREG(a.st_mode) &&
+           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
 }
 
 bool kx_unlink(const char *path) { return !kx_fault(kx_site::unlink) && ::unlink(path) == 0; }

@@ -67,6 +67,9 @@ bool kx_stream_close(kx_stream &s);
 /// Closes and makes the handle a fresh one.
 bool kx_stream_clear(kx_stream &s);
 
+/// True when both paths lead to the same regular file. A null path leads nowhere.
+bool kx_same_file(const char *path, const char *other);
+
 /// Removes a file by path. False when that fails.
 bool kx_unlink(const char *path);
 

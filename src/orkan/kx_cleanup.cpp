@@ -5,24 +5,13 @@
 #include "kx_list/kx_list.h"
 #include "kx_memory/kx_memory.h"
 #include "kx_paras/kx_paras.h"
+#include "kx_sort/kx_formats.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
 
 namespace {
-
-void release_locators() {
-    if (recordInfoArray != nullptr) {
-        kx_free(memPool, recordInfoArray);
-    }
-    if (keyInfoArray != nullptr) {
-        kx_free(memPool, keyInfoArray);
-    }
-    recordInfoArray = nullptr;
-    keyInfoArray = nullptr;
-    dataEnd = nullptr;
-}
 
 void release_pool() {
     if (dataInfo.list != nullptr) {
@@ -42,7 +31,8 @@ void kx_CleanupGlobalVars() {
         kx_stream_clear(*handle); // harmless where the driver has closed it already
     }
     kx_temporary_file_forget();
-    release_locators();
+    kx_release_locators();
+    dataEnd = nullptr;
     kx_CleanupArgsInfo(&argsInfo);
     release_pool();
     bufDealedSize = csvKeyLenInTemp = 0;

@@ -3,9 +3,7 @@
 #include "kx_io/kx_temporary_file.h"
 #include "kx_io/kx_writers.h"
 #include "kx_sort/kx_choose.h"
-#include "kx_sort_csv/kx_sort_csv.h"
-#include "kx_sort_fix/kx_sort_fix.h"
-#include "kx_sort_variable/kx_sort_variable.h"
+#include "kx_sort/kx_formats.h"
 #include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_driver.h"
@@ -44,21 +42,13 @@ int create_temporary_file() {
     return kx_stream_set_buffer(tmpFile, kTemporaryBufferSize) ? 0 : kx_fail(msg::kTemporaryFileBuffer);
 }
 
-int split_by_format(kx_i64 size) {
-    switch (kx_record_format()) {
-    case kx_format::fixed: return kx_splitSortFile(inFile, tmpFile);
-    case kx_format::csv: return kx_splitSortFile_csv(inFile, tmpFile, size);
-    default: return kx_splitSortFile_variable(inFile, tmpFile, size);
-    }
-}
-
 int split_sort(const FileInfo &file) {
     kx_i64 header_length = 0;
     const bool has_header = kx_record_format() == kx_format::csv && argsInfo.bHeader != 0;
     if (has_header && kx_skip_csv_header(inFile, file, header_length) != 0) {
         return 1;
     }
-    return split_by_format(file.size - header_length) != 0 ? kx_fail(msg::kSplitSortFailed) : 0;
+    return kx_split_input(inFile, tmpFile, file.size - header_length) != 0 ? kx_fail(msg::kSplitSortFailed) : 0;
 }
 
 int split_input(const FileInfo &file) {
@@ -98,17 +88,13 @@ int split_phase() {
 
 // --- merge phase -------------------------------------------------------------------------------------------------
 
-/// Kept: only the fixed-length merge is called without blocks.
+/// Kept: without blocks only the fixed-length merge is called.
 int merge_blocks() {
-    switch (kx_record_format()) {
-    case kx_format::fixed: return kx_mergeSortFile(tmpFile, outFile);
-    case kx_format::csv:
-        if (!kx_write_csv_header(outFile)) {
-            return kx_output_failed();
-        }
-        return dataInfo.cnt > 0 ? kx_mergeSortFile_csv(tmpFile, outFile) : 0;
-    default: return dataInfo.cnt > 0 ? kx_mergeSortFile_variable(tmpFile, outFile) : 0;
+    const kx_format format = kx_record_format();
+    if (format == kx_format::csv && !kx_write_csv_header(outFile)) {
+        return kx_output_failed();
     }
+    return format == kx_format::fixed || dataInfo.cnt > 0 ? kx_merge_all_blocks(tmpFile, outFile) : 0;
 }
 
 int merge_to_output() {

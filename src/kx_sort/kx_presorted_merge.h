@@ -1,0 +1,121 @@
+// kx_presorted_merge.h: the merge of presorted inputs, newline-ended or CSV.
+//
+//   buf   | records of RecordList ............ | tail |      capacity
+//           ^ currRec                            a record cut by the buffer's end
+//
+// When the records of a buffer are all taken, the tail moves to the front, the buffer is filled up and indexed anew. A
+// tail that fills the whole buffer makes it grow. What a format answers besides kx_merge_loop.h:
+//
+//   index(buf, size, longest_tail)   the index of the buffer, or null with a message
+#pragma once
+
+#include "kx_sort/kx_index_scan.h"
+#include "kx_sort/kx_newline_merge.h"
+#include "kx_sort/kx_unit.h"
+
+namespace orkan {
+
+/// Bytes of each input's buffer to begin with.
+inline constexpr kx_i64 kPresortedBuffer = 1048576;
+
+/// What an input's run needs besides its descriptor.
+struct kx_presorted_input {
+    kx_i64 capacity;
+    kx_i64 indexed;      ///< bytes of the buffer that the index covers; the tail lies behind
+    void *records;       ///< the index's locators
+    KeyInfo_csv *fields; ///< and those of its fields
+    bool ended;          ///< everything has been read
+};
+
+/// Buffer and bookkeeping; what does not depend on the format.
+class kx_presorted_runs : public kx_newline_runs {
+  public:
+    static kx_head_order order() { return kx_choose_presorted_order(); }
+    static void trace_merged(kx_i64 /*left*/, const UnitDataInfo &run) {
+        kx_trace(msg::kBlockMerged, argsInfo.inFileNums, run.index + 1, kx_GetTimeInfo());
+    }
+
+  protected:
+    kx_presorted_runs() : kx_newline_runs(kx_choose_presorted_difference()) {}
+
+    /// Room for the bookkeeping and the buffers of all inputs. 0, or 1 with a message.
+    int open();
+    void close() { kx_free(memPool, inputs_); }
+
+    /// Moves the tail to the front and reads on behind it; `failure` is printed when that fails. 0, or 1.
+    int read_on(UnitDataInfo &run, const kx_message<> &failure);
+    /// Takes over the index just built.
+    void adopt_index(UnitDataInfo &run, kx_list *list);
+    void release_index(UnitDataInfo &run);
+
+    [[nodiscard]] kx_presorted_input &input(const UnitDataInfo &run) const { return inputs_[run.index]; }
+
+  private:
+    kx_presorted_input *inputs_ = nullptr;
+};
+
+template <class Format> class kx_presorted_merge : public kx_presorted_runs {
+  public:
+    /// Merges all inputs into outFile. 0, or 1 with a message.
+    static int run() {
+        Format format;
+        if (format.open() != 0 || kx_open_merge_output(outFile, Format::staging_size()) != 0) {
+            return 1;
+        }
+        if (argsInfo.bUnique != 0) {
+            kx_trace(msg::kShowOutputBuffer, kib_round_up(argsInfo.outFile.outBufSize));
+        }
+        if (format.first_fill() != 0 || kx_merge_runs(format, dataInfo.list, outFile) != 0) {
+            return 1;
+        }
+        format.close();
+        kx_finish_merge();
+        return 0;
+    }
+
+    kx_next next(UnitDataInfo &run) {
+        ++run.currRec;
+        return run.currRec < run.totalRecNum ? kx_next::held : refill(run, msg::kReadTemporaryFile);
+    }
+
+  private:
+    /// Reads on until there are records, for a buffer may hold nothing but short ones.
+    kx_next refill(UnitDataInfo &run, const kx_message<> &failure) {
+        do {
+            if (input(run).ended) {
+                release_index(run);
+                return kx_next::exhausted;
+            }
+            if (read_on(run, failure) != 0) {
+                return kx_next::failed;
+            }
+            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kLongestTail : run.bufSize);
+            if (list == nullptr) {
+                return kx_next::failed;
+            }
+            adopt_index(run, list);
+        } while (run.totalRecNum == 0);
+        return kx_next::held;
+    }
+
+    /// Kept: an empty input ends the first fill; it and all later ones take no part.
+    int first_fill() {
+        for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+            UnitDataInfo &run = *argsInfo.arrInFile[i].unitDataInfo;
+            run.index = i;
+            const kx_next filled = refill(run, msg::kReadMergeInput);
+            if (filled == kx_next::failed) {
+                return 1;
+            }
+            if (run.offset == 0) {
+                break;
+            }
+            if (filled == kx_next::held && kx_list_append(dataInfo.list, &run) != 0) {
+                return kx_fail(msg::kBlockInformation, to_i64(sizeof(UnitDataInfo)));
+            }
+        }
+        return 0;
+    }
+};
+
+} // namespace orkan

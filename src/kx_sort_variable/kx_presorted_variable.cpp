@@ -1,0 +1,31 @@
+#include "kx_sort/kx_presorted_merge.h"
+#include "kx_sort_variable/kx_sort_variable.h"
+
+namespace orkan {
+
+namespace {
+
+class VariablePresorted : public kx_presorted_merge<VariablePresorted> {
+  public:
+    using Heads = kx_tree_heads;
+
+    static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail) {
+        return _kx_get_indexList_variable(buf, size, longest_tail);
+    }
+    [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_current(run)); }
+    static Bytes record(const UnitDataInfo &run) { return variable_current(run).record; }
+
+    static bool stage_is_full(kx_i64 bytes) {
+        return argsInfo.outFile.outBufOffset + bytes > argsInfo.outFile.outBufSize;
+    }
+    int staged(UnitDataInfo &run, Bytes copy) {
+        remember(run, copy);
+        return 0;
+    }
+};
+
+} // namespace
+
+int kx_mergeSortMultiFile_variable() { return VariablePresorted::run(); }
+
+} // namespace orkan
