@@ -24,7 +24,7 @@ int read_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file, con
     return 0;
 }
 
-/// The input's first megabyte, through `scratch`, less its header line.
+/// The input's first megabyte (a shorter one is an error: nothing that was not read may be sorted), through `scratch`, less its header line.
 int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, const FileInfo &file) {
     kx_i64 held = 0;
     if (read_into(scratch, held, head, file, msg::kReadInputFile) != 0) {

@@ -13,9 +13,6 @@
 
 namespace orkan {
 
-/// What an output buffer is asked to be, in bytes.
-inline constexpr kx_i64 kStageSize = 655360;
-
 /// Takes a staging buffer that counts as full at `size` bytes. 0, or 1 with a message.
 inline int kx_stage_open(kx_i64 size) {
     FileInfo &output = argsInfo.outFile;

@@ -14,8 +14,8 @@
 
 namespace orkan {
 
-/// Bytes of the buffer of every output stream; between 256 and 512 KiB stays in the second-level cache.
-inline constexpr kx_i64 kOutputBufferSize = 262144;
+/// Bytes of the buffer of every output stream, and of the staging buffer of unique output.
+inline constexpr kx_i64 kOutputBufferSize = 655360;
 
 /// Writes all records of the list in its order, behind the CSV header if there is one. To `out`, which stays open, or
 /// (null) to the output file or standard output, opened and closed here. 0, or 1: message printed, or no list.

@@ -64,16 +64,11 @@ bool store(std::int32_t &field, kx_i64 value) {
     return true;
 }
 
-int invalid_key(kx_i64 number) {
-    kx_say_unflushed(msg::kInvalidKey, number);
-    return 1;
-}
-
 const char *order_name(const KeyInfo &key) { return key.srtSeq == kSeqDesc ? "Desc" : "Asc"; }
 
 int parse_csv_key(const char *text, KeyInfo &key, kx_i64 number) {
     if (!store(key.srtPos, std::atol(text)) || key.srtPos == 0) {
-        return invalid_key(number);
+        return kx_fail_unflushed(msg::kInvalidKey, number);
     }
     kx_trace(msg::kShowCsvKey, number, order_name(key), key.srtPos);
     return 0;
@@ -82,16 +77,18 @@ int parse_csv_key(const char *text, KeyInfo &key, kx_i64 number) {
 int parse_position_key(const char *text, KeyInfo &key, kx_i64 number) {
     char *parts[2] = {nullptr, nullptr};
     if (kx_strSplit(parts, text, ",") != 0) {
-        kx_say_unflushed(msg::kInvalidKeyText, text);
-        return 1;
+        return kx_fail_unflushed(msg::kInvalidKeyText, text);
     }
     const bool complete = parts[0] != nullptr && parts[1] != nullptr;
-    const kx_i64 position = complete ? std::atol(parts[0]) : -1;
-    const kx_i64 length = complete ? std::atol(parts[1]) : -1;
+    const kx_i64 position = complete ? std::atol(parts[0]) : 0;
+    const kx_i64 length = complete ? std::atol(parts[1]) : 0;
     std::free(parts[0]);
     std::free(parts[1]);
+    if (!complete) {
+        return kx_fail_unflushed(msg::kNoOptionMemory);
+    }
     if (!store(key.srtPos, position) || !store(key.len, length)) {
-        return invalid_key(number);
+        return kx_fail_unflushed(msg::kInvalidKey, number);
     }
     kx_trace(msg::kShowKey, number, order_name(key), text);
     kx_trace(msg::kShowKeyStart, number, order_name(key), key.srtPos);
@@ -104,7 +101,7 @@ kx_i64 end_of(const KeyInfo &key) { return kx_i64{key.srtPos} + key.len; }
 int parse_key(const ArgsInfo *args, KeyInfo &key, kx_i64 number) {
     KeyText text(key.cmt);
     if (text.get() == nullptr) {
-        return kx_fail(msg::kNoOptionMemory);
+        return kx_fail_unflushed(msg::kNoOptionMemory);
     }
     take_suffixes(text, key);
     if (args->bCsv != 0) {
@@ -113,7 +110,7 @@ int parse_key(const ArgsInfo *args, KeyInfo &key, kx_i64 number) {
     if (parse_position_key(text.get(), key, number) != 0) {
         return 1;
     }
-    return args->bFixVar == kFix && end_of(key) > args->recLen ? invalid_key(number) : 0;
+    return args->bFixVar == kFix && end_of(key) > args->recLen ? kx_fail_unflushed(msg::kInvalidKey, number) : 0;
 }
 
 void discard_keys(ArgsInfo *args) {

@@ -17,11 +17,6 @@ namespace orkan {
 
 namespace {
 
-template <class... Args> int refuse(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
-    kx_say_unflushed(message, args...);
-    return 1;
-}
-
 /// An escape as typed and the code it stands for.
 struct Escape {
     const char *typed;
@@ -41,7 +36,7 @@ int convert_newline(ArgsInfo *args) {
             return 0;
         }
     }
-    return refuse(msg::kInvalidNewline, args->sep);
+    return kx_fail_unflushed(msg::kInvalidNewline, args->sep);
 }
 
 int derive_format(ArgsInfo *args) {
@@ -61,11 +56,26 @@ void convert_delimiter(ArgsInfo *args) {
     args->delimiter_len = to_i64(std::strlen(args->delimiter));
 }
 
-void derive_path_parts(FileInfo &file) {
+int derive_path_parts(FileInfo &file) {
+    if (file.path == nullptr) {
+        return 0;
+    }
     std::free(file.fileName);
     std::free(file.dir);
     file.fileName = kx_copy_text(kx_getFileName(file.path, '/'));
     file.dir = kx_getDir(file.path, '/');
+    const bool has_folder = std::strchr(file.path, '/') != nullptr;
+    return file.fileName == nullptr || (has_folder && file.dir == nullptr) ? kx_fail_unflushed(msg::kNoOptionMemory) : 0;
+}
+
+/// What is empty by its size and yet has data, as many files of /proc.
+bool hides_its_size(const struct stat &status, const char *path) {
+    kx_stream file{};
+    char probe = 0;
+    const bool hides = S_ISREG(status.st_mode) && status.st_size == 0 && kx_stream_open_read(file, path) &&
+                       kx_stream_read(file, &probe, 1) > 0;
+    kx_stream_close(file);
+    return hides;
 }
 
 /// A pipe or device has no size to rely on: its data would be lost. /dev/null is the exception, being empty; a folder
@@ -77,19 +87,21 @@ bool has_size(const struct stat &status) {
 }
 
 int measure_input(ArgsInfo *args, FileInfo &file, kx_i64 number) {
-    derive_path_parts(file);
+    if (derive_path_parts(file) != 0) {
+        return 1;
+    }
     struct stat status {};
     if (kx_fault(kx_site::stat) || stat(file.path, &status) != 0) {
-        return refuse(msg::kStatInputFile, number, file.path);
+        return kx_fail_unflushed(msg::kStatInputFile, number, file.path);
     }
-    if (!has_size(status)) {
-        return refuse(msg::kNoRegularInput, number, file.path);
+    if (!has_size(status) || hides_its_size(status, file.path)) {
+        return kx_fail_unflushed(msg::kNoRegularInput, number, file.path);
     }
     file.size = status.st_size;
     file.outSize = 0;
     if (args->bFixVar == kFix) {
         if (file.size % args->recLen != 0) {
-            return refuse(msg::kInvalidInputSize, number, file.size);
+            return kx_fail_unflushed(msg::kInvalidInputSize, number, file.size);
         }
         args->totalRecNum = add_saturating(args->totalRecNum, file.size / args->recLen);
     }
@@ -110,10 +122,12 @@ using TextMessage = kx_message<const char *>;
 
 int check_target(FileInfo &file, const TextMessage &show_dir, const TextMessage &show_name,
                  const TextMessage &refusal) {
-    derive_path_parts(file);
+    if (derive_path_parts(file) != 0) {
+        return 1;
+    }
     kx_trace(show_dir, file.dir);
     kx_trace(show_name, file.fileName);
-    return file.dir != nullptr && !kx_folder_usable(file.dir) ? refuse(refusal, file.dir) : 0;
+    return file.dir != nullptr && !kx_folder_usable(file.dir) ? kx_fail_unflushed(refusal, file.dir) : 0;
 }
 
 /// TMPDIR's value with "/" appended, in memory of our own: the environment stays as it is.
@@ -121,11 +135,11 @@ int take_system_folder(ArgsInfo *args) {
     const char *folder = std::getenv("TMPDIR");
     kx_trace(msg::kShowTemporaryFolder, folder);
     if (folder == nullptr) {
-        return refuse(msg::kNoTemporaryFolder);
+        return kx_fail_unflushed(msg::kNoTemporaryFolder);
     }
     args->tmpFile.dir = kx_join_text(folder, "/");
     if (args->tmpFile.dir == nullptr) {
-        return refuse(msg::kNoOptionMemory);
+        return kx_fail_unflushed(msg::kNoOptionMemory);
     }
     kx_trace(msg::kSystemTemporaryFolder, args->tmpFile.dir);
     return 0;
@@ -137,13 +151,13 @@ int derive_temporary_path(ArgsInfo *args) {
         return 1;
     }
     if (!kx_folder_usable(file.dir)) {
-        return refuse(msg::kTemporaryFolder, file.dir);
+        return kx_fail_unflushed(msg::kTemporaryFolder, file.dir);
     }
     constexpr kx_i64 kNameRoom = 75;
     const kx_i64 folder_length = to_i64(std::strlen(file.dir));
     file.path = static_cast<char *>(kx_system_malloc(folder_length + kNameRoom));
     if (file.path == nullptr) {
-        return refuse(msg::kNoOptionMemory);
+        return kx_fail_unflushed(msg::kNoOptionMemory);
     }
     std::snprintf(file.path, to_size(folder_length + kNameRoom), "%s%s%ld%s", file.dir, "orkan_",
                   static_cast<long>(processId), ".tmp");

@@ -109,7 +109,8 @@ template <record_rule rule, class View> int by_record(const View &a, const View 
 enum class csv_tie { nothing, field_count, first_field_length };
 
 /// Kept: three rules for one order. A run head's field count decides at the first agreeing field already; a presorted
-/// input looks at the records' first fields where the current ones are meant.
+/// input looks at the records' first fields where the current ones are meant. All three stop where one record has no
+/// further field: none is made up for it, also with -N, and the counts decide.
 inline constexpr csv_tie kFieldRuleInMemory = csv_tie::nothing;
 inline constexpr csv_tie kFieldRuleRunHead = csv_tie::field_count;
 inline constexpr csv_tie kFieldRulePresorted = csv_tie::first_field_length;

@@ -9,7 +9,7 @@ namespace orkan {
 /// For blocks and presorted inputs alike.
 class kx_newline_runs {
   public:
-    static kx_i64 staging_size() { return kStageSize; }
+    static kx_i64 staging_size() { return kOutputBufferSize; }
     [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
     [[nodiscard]] bool differs(const UnitDataInfo &run) const { return last_ == nullptr || differs_(last_, &run) != 0; }
 

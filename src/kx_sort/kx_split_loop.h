@@ -12,11 +12,12 @@
 //   complete(buf, got)     the chunk's length after a read of `got` bytes (may end the data with a newline code and
 //                          move the buffer), or -1 with a message
 //   index(buf, length)     the index of the chunk, or null with a message
-//   settle(in, buf, length)  lets the next read begin with a record that the chunk's end has cut; 0, or 1 with a
-//   message release_locators()     gives back what the index built besides the list position()             the format's
-//   write position in the temporary file kCallerCounts          plain blocks are described by the bytes read, not by
-//   the writer kSkipsEmptyIndex       a chunk without records makes no block kCountsRecords         a verbose run adds
-//   the records to the total (fixed-length inputs tell it by their sizes)
+//   settle(in, buf, length)  lets the next read begin with a record that the chunk's end has cut; 0, or 1
+//   release_locators()     gives back what the index built besides the list
+//   position()             the format's write position in the temporary file
+//   kCallerCounts          plain blocks are described by the bytes read, not by the writer
+//   kSkipsEmptyIndex       a chunk without records makes no block
+//   kCountsRecords         a verbose run adds the records to the total (else it is known from the inputs' sizes)
 #pragma once
 
 #include "kx_memory/kx_memory.h"

@@ -11,7 +11,7 @@ class kx_fixed_runs {
     using Heads = kx_tree_heads;
 
     // A whole number of records, so that writing the staged bytes leaves the last one where it is.
-    [[nodiscard]] kx_i64 staging_size() const { return kStageSize - kStageSize % length_; }
+    [[nodiscard]] kx_i64 staging_size() const { return kOutputBufferSize - kOutputBufferSize % length_; }
 
     [[nodiscard]] kx_head_order order() const { return kx_choose_run_order(); }
     [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }

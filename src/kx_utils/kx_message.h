@@ -3,7 +3,7 @@
 //
 //   kx_say            standard error, flushed           kx_trace   the same, in a verbose run only
 //   kx_say_unflushed  standard error, not flushed       kx_print   any stream, not flushed
-//   kx_fail           kx_say, giving the status 1
+//   kx_fail, kx_fail_unflushed        the same, giving the status 1
 #pragma once
 
 #include <cstdio>
@@ -102,6 +102,11 @@ template <class... Args> void kx_say(const kx_message<Args...> &message, std::ty
 
 template <class... Args> int kx_fail(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
     kx_say(message, args...);
+    return 1;
+}
+
+template <class... Args> int kx_fail_unflushed(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
+    kx_say_unflushed(message, args...);
     return 1;
 }
 

@@ -1,9 +1,10 @@
 // kx_messages.h: the catalogue: every message of the system, both wordings.
 //
 // A text with one wording is printed so in every locale; `.japanese_only()` marks a use of a pair that never prints
-// its English side. Texts that differ in nothing but their users stand here once. The memory pool's lines are in
-// kx_memory/kx_pool_messages.h, the help and version texts in kx_paras/kx_help.cpp, the counter lines of the
-// statistics in orkan/kx_statistics.cpp.
+// its English side. Texts that differ in nothing but their users stand here once.
+//
+// Elsewhere: the pool's lines (kx_memory/kx_pool_messages.h), the scanner's words (kx_getopt/kx_getopt.cpp), help and
+// version (kx_paras/kx_help.cpp), the counter lines of the statistics (orkan/kx_statistics.cpp).
 #pragma once
 
 #include "kx_utils/kx_message.h"

@@ -134,19 +134,19 @@ const char *kx_findstr_csv_within(const char *buffer, kx_i64 n, Bytes pattern, c
 }
 
 int kx_judgeQuote_front(const char *p, kx_i64 n, char quote) {
-    int count = 0;
+    kx_i64 count = 0;
     while (count < n && p[count] == quote) {
         ++count;
     }
-    return count;
+    return static_cast<int>(count);
 }
 
 int kx_judgeQuote_back(const char *p, kx_i64 n, char quote) {
-    int count = 0;
+    kx_i64 count = 0;
     while (count < n && p[-count] == quote) {
         ++count;
     }
-    return count;
+    return static_cast<int>(count);
 }
 
 } // namespace orkan

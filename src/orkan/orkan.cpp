@@ -123,10 +123,9 @@ int load_inputs(char *buf) {
 
 int sort_in_memory() {
     kx_trace(msg::kInMemoryStarted);
-    const kx_i64 bytes = argsInfo.totalFileSize; // loading may change it
-    auto *buf = static_cast<char *>(kx_qmalloc(memPool, add_saturating(bytes, argsInfo.sep_len)));
+    auto *buf = static_cast<char *>(kx_qmalloc(memPool, add_saturating(argsInfo.totalFileSize, argsInfo.sep_len)));
     if (buf == nullptr) {
-        kx_say(msg::kNoMemory, bytes / 1024);
+        kx_say(msg::kNoMemory, argsInfo.totalFileSize / 1024);
         return sort_for_want_of_memory();
     }
     const auto sort = argsInfo.bStabilize == 1 ? kx_msortInMemory : kx_qsortInMemory;
