@@ -2,6 +2,16 @@
 
 namespace orkan {
 
+namespace {
+
+/// Kept: only the merge of fixed-length records tells these failures in both languages.
+template <class... Args>
+int fail_by_format(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
+    return kx_fail(kx_record_format() == kx_format::fixed ? message : message.japanese_only(), args...);
+}
+
+} // namespace
+
 kx_i64 kx_choose_block_buffer(kx_i64 share, kx_i64 longest) {
     kx_i64 size = share;
     if (size < longest) {
@@ -18,13 +28,13 @@ int kx_open_block(kx_i64 i, kx_i64 buffer_size) {
     UnitDataInfo &run = kx_block(i);
     run.bufSize = std::min(buffer_size, run.size);
     run.buf = static_cast<char *>(kx_malloc(memPool, run.bufSize));
-    return run.buf != nullptr ? 0 : kx_fail(msg::kBlockBufferMemory, i, kib_round_up(run.bufSize));
+    return run.buf != nullptr ? 0 : fail_by_format(msg::kBlockBufferMemory, i, kib_round_up(run.bufSize));
 }
 
 int kx_fill_block(kx_i64 i, kx_stream &tmp) {
     UnitDataInfo &run = kx_block(i);
     if (!kx_stream_seek_to(tmp, run.startPos)) {
-        return kx_fail(msg::kSeekTemporaryFile);
+        return fail_by_format(msg::kSeekTemporaryFile);
     }
     if (kx_stream_read(tmp, run.buf, run.bufSize) != run.bufSize) {
         return kx_fail(msg::kReadTemporaryFile);
@@ -41,7 +51,7 @@ namespace {
 /// Reads up to `room` more bytes of the block behind those held.
 int read_on(UnitDataInfo &run, kx_i64 room, kx_stream &tmp) {
     if (!kx_stream_seek_to(tmp, run.startPos + run.offset)) {
-        return kx_fail(msg::kSeekTemporaryFile);
+        return fail_by_format(msg::kSeekTemporaryFile);
     }
     const kx_i64 rest = std::max<kx_i64>(run.size - run.offset, 0);
     const kx_i64 got = kx_stream_read(tmp, run.buf + run.bufSize, std::min(room, rest));
@@ -70,7 +80,7 @@ int kx_enlarge_block(UnitDataInfo &run, kx_i64 wanted, kx_stream &tmp) {
     }
     auto *larger = static_cast<char *>(kx_realloc(memPool, run.buf, wanted));
     if (larger == nullptr) {
-        return kx_fail(msg::kBlockBufferMemory, run.index, kib_round_up(wanted));
+        return fail_by_format(msg::kBlockBufferMemory, run.index, kib_round_up(wanted));
     }
     run.buf = larger;
     const int status = read_on(run, wanted - held, tmp);

@@ -44,7 +44,11 @@ template <class... Args> class kx_message {
     [[nodiscard]] const char *text() const { return kx_IsJapaneseLocale() != 0 ? japanese_ : english_; }
 
     /// The same message, always in its Japanese wording.
-    [[nodiscard]] consteval kx_message japanese_only() const { return kx_message(japanese_); }
+    [[nodiscard]] constexpr kx_message japanese_only() const {
+        kx_message japanese = *this;
+        japanese.english_ = japanese_;
+        return japanese;
+    }
 
   private:
     static consteval void check(const char *text) {
