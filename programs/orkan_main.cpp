@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::array<int, 5> kSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE};
+constexpr std::array<int, 6> kSignals{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE, SIGXCPU};
 
 /// The temporary file, for the handler; changed only while the signals are blocked.
 struct TemporaryFile {
@@ -81,5 +81,6 @@ void orkan_temporary_file_event(orkan_temporary_event event, const char *path, d
 
 int main(int argc, char **argv) {
     install_handlers();
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a write error with its message
     return orkan_file(argc, argv);
 }

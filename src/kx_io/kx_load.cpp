@@ -24,7 +24,8 @@ int read_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file, con
     return 0;
 }
 
-/// The input's first megabyte (a shorter one is an error: nothing that was not read may be sorted), through `scratch`, less its header line.
+/// The input's first megabyte, through `scratch`, less its header line. A shorter one is an error: nothing that was not
+/// read may be sorted.
 int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, const FileInfo &file) {
     kx_i64 held = 0;
     if (read_into(scratch, held, head, file, msg::kReadInputFile) != 0) {
@@ -78,10 +79,6 @@ int load(char *buf, kx_i64 &loaded, const FileInfo &file) {
     return status;
 }
 
-bool ends_with(const char *buf, kx_i64 size, Bytes code) {
-    return size >= code.len && std::memcmp(buf + size - code.len, code.ptr, to_size(code.len)) == 0;
-}
-
 } // namespace
 
 int kx_inputFile(char *buf) {
@@ -92,7 +89,7 @@ int kx_inputFile(char *buf) {
         }
     }
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
-    if (argsInfo.bFixVar == kVariable && !ends_with(buf, loaded, sep)) {
+    if (argsInfo.bFixVar == kVariable && !ends_with({buf, loaded}, sep)) {
         std::memcpy(buf + loaded, sep.ptr, to_size(sep.len));
         loaded += sep.len;
     }

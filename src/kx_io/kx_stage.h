@@ -22,6 +22,11 @@ inline int kx_stage_open(kx_i64 size) {
     return output.outBuf != nullptr ? 0 : kx_fail(msg::kStagingMemory, kib_round_up(size));
 }
 
+/// True when so many bytes do not fit behind those staged.
+inline bool kx_stage_lacks_room(kx_i64 bytes) {
+    return argsInfo.outFile.outBufOffset + bytes > argsInfo.outFile.outBufSize;
+}
+
 /// Copies a record behind those staged and gives the copy. The caller has made room; a record longer than the buffer
 /// comes alone, and the buffer grows for it. No bytes, with a message, when that is refused.
 inline Bytes kx_stage_append(Bytes record) {

@@ -1,14 +1,17 @@
 // kx_stdin.cpp: standard input in chunks of one capacity.
 //
-//   buffer   | carried | got ...                      | room for a newline code |
+//   buffer   | carried | got ...                      | one byte ahead, or room for a newline code |
 //            |<-------------- capacity -------------->|
 //
-// A record cut by a chunk's end is carried to the front of the buffer. By design the first line is data, -H or not, and
-// of fixed-length records a fragment at the end is dropped where chunks went to the temporary file.
+// Only the byte behind the first chunk tells whether that is all. A record cut by a chunk's end is carried to the front
+// of the buffer. By design the first line is data, -H or not, and of fixed-length records a fragment at the end is
+// dropped where chunks went to the temporary file.
 #include "kx_io/kx_stdin.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 #include "kx_io/kx_temporary_file.h"
 #include "kx_io/kx_writers.h"
@@ -18,8 +21,8 @@
 #include "kx_sort/kx_choose.h"
 #include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_inmemory.h"
-#include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
@@ -28,26 +31,21 @@ namespace {
 
 /// Whole records as in the split sort, or the part of the budget that leaves room for locators.
 kx_i64 chunk_capacity() {
-    const kx_i64 budget = argsInfo.totalMemSize - BASIC_SIZE;
     switch (kx_record_format()) {
     case kx_format::fixed: return kx_fixed_chunk_size();
-    case kx_format::csv: return argsInfo.keyNums >= 1 ? budget / 2 : budget / 4;
-    default: return budget / 4 * 3;
+    case kx_format::csv: return kx_csv_chunk_size();
+    default: return kx_line_chunk_size();
     }
 }
 
 // --- temporary file ----------------------------------------------------------------------------------------------
 
 int create_temporary_file() {
-    const FileInfo &file = argsInfo.tmpFile;
-    if (file.dir == nullptr) {
+    if (argsInfo.tmpFile.dir == nullptr) {
         return kx_fail(msg::kTemporaryPath);
     }
-    if (!kx_folder_usable(file.dir)) {
-        return kx_fail(msg::kTemporaryFolder, file.dir);
-    }
-    if (!kx_temporary_file_create(tmpFile, file.path)) {
-        return kx_fail(msg::kCreateTemporaryFile, file.path);
+    if (kx_create_temporary_file() != 0) {
+        return 1;
     }
     kx_stream_set_buffer(tmpFile, kOutputBufferSize); // refused memory only makes it slower
     return 0;
@@ -67,7 +65,7 @@ class Chunks {
     bool open() {
         capacity_ = chunk_capacity();
         kx_trace(msg::kShowInputBuffer, kib_round_up(capacity_));
-        buf_ = static_cast<char *>(kx_qmalloc(memPool, add_saturating(capacity_, sep_.len)));
+        buf_ = static_cast<char *>(kx_qmalloc(memPool, add_saturating(capacity_, room_behind())));
         if (buf_ == nullptr) {
             kx_say(msg::kSplitBuffer, capacity_ / 1024);
         }
@@ -75,17 +73,22 @@ class Chunks {
     }
     void close() { kx_qfree(memPool, buf_); }
 
-    /// Reads behind the carried bytes until the buffer is full or the input ends. False with a message.
-    bool read(kx_stream &in) {
-        const kx_i64 got = kx_stream_read(in, buf_ + held_, capacity_ - held_);
-        if (got < 0) {
-            kx_say(msg::kReadStandardInput);
+    /// Reads the first chunk and the byte behind it. False with a message.
+    bool read_first(kx_stream &in) {
+        if (!read_up_to(capacity_ + 1, in)) {
             return false;
         }
-        held_ += got;
-        ended_ = held_ < capacity_;
+        ahead_ = ended_ ? 0 : 1;
+        held_ -= ahead_;
+        if (ahead_ > 0 && capacity_ == 0) { // not even one record fits
+            kx_say(msg::kRecordTooLong, argsInfo.recLen, argsInfo.totalMemSize / 1024);
+            return false;
+        }
         return true;
     }
+
+    /// Reads behind the carried bytes until the buffer is full or the input ends. False with a message.
+    bool read(kx_stream &in) { return read_up_to(capacity_, in); }
 
     /// The input has ended inside the buffer.
     [[nodiscard]] bool ended() const { return ended_; }
@@ -93,7 +96,7 @@ class Chunks {
     [[nodiscard]] char *buffer() const { return buf_; }
 
     void end_with_newline_code() {
-        if (held_ > 0 && !ends_with_newline_code()) {
+        if (held_ > 0 && !ends_with({buf_, held_}, sep_)) {
             std::memcpy(buf_ + held_, sep_.ptr, to_size(sep_.len));
             held_ += sep_.len;
         }
@@ -101,19 +104,28 @@ class Chunks {
 
     /// Keeps what follows the first `taken` bytes. False with a message when that leaves no room to read on.
     bool carry(kx_i64 taken) {
-        held_ -= taken;
+        held_ += std::exchange(ahead_, 0) - taken;
         std::memmove(buf_, buf_ + taken, to_size(held_));
         return held_ < capacity_ || grow();
     }
 
   private:
-    [[nodiscard]] bool ends_with_newline_code() const {
-        return held_ >= sep_.len && std::memcmp(buf_ + held_ - sep_.len, sep_.ptr, to_size(sep_.len)) == 0;
+    [[nodiscard]] kx_i64 room_behind() const { return std::max<kx_i64>(sep_.len, 1); }
+
+    bool read_up_to(kx_i64 wanted, kx_stream &in) {
+        const kx_i64 got = kx_stream_read(in, buf_ + held_, wanted - held_);
+        if (got < 0) {
+            kx_say(msg::kReadStandardInput);
+            return false;
+        }
+        held_ += got;
+        ended_ = held_ < wanted;
+        return true;
     }
 
     bool grow() {
         const kx_i64 larger = multiply_saturating(capacity_, 2);
-        auto *buf = static_cast<char *>(kx_realloc(memPool, buf_, add_saturating(larger, sep_.len)));
+        auto *buf = static_cast<char *>(kx_realloc(memPool, buf_, add_saturating(larger, room_behind())));
         if (buf == nullptr) {
             kx_say(msg::kSplitBuffer, larger / 1024);
             return false;
@@ -126,6 +138,7 @@ class Chunks {
     Bytes sep_ = kx_record_format() == kx_format::fixed ? Bytes{} : Bytes{argsInfo.sep, argsInfo.sep_len};
     char *buf_ = nullptr;
     kx_i64 capacity_ = 0, held_ = 0;
+    kx_i64 ahead_ = 0; ///< bytes read behind the chunk: 1 behind a first one that is not all
     bool ended_ = false;
 };
 
@@ -246,7 +259,7 @@ int kx_stdin() {
     kx_stream in{};
     kx_stream_standard_input(in);
     Chunks chunks;
-    if (!chunks.open() || !chunks.read(in)) {
+    if (!chunks.open() || !chunks.read_first(in)) {
         return 1;
     }
     if (chunks.held() == 0) {

@@ -8,6 +8,8 @@
 
 #include "kx_io/kx_temporary_hook.h"
 #include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_folder.h"
+#include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
@@ -17,7 +19,9 @@ namespace {
 using Status = struct stat;
 
 constexpr mode_t kOwnerOnly = 0600;
-constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NONBLOCK; // nobody has to wait for the reader of a FIFO
+// Nobody has to wait for the other end of a FIFO.
+constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NONBLOCK;
+constexpr int kReading = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
 bool same_file(const Status &a, const Status &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
 
@@ -34,17 +38,18 @@ bool leads_to(const char *path, int fd) {
 /// Where the file system knows no locks, there is none.
 bool lock(int fd) { return flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
 
+int refuse(int fd) {
+    ::close(fd);
+    errno = EEXIST;
+    return -1;
+}
+
 /// Locks and empties a file that existed before; -1, closed, when a live run has it or the path leads elsewhere now.
 int take_over(int fd, const char *path) {
     Status status{};
     const bool taken = fstat(fd, &status) == 0 && lock(fd) && leads_to(path, fd) &&
                        (!S_ISREG(status.st_mode) || ftruncate(fd, 0) == 0);
-    if (!taken) {
-        ::close(fd);
-        errno = EEXIST;
-        return -1;
-    }
-    return fd;
+    return taken ? fd : refuse(fd);
 }
 
 int follow_link(const char *path, const Status &link) {
@@ -61,14 +66,13 @@ int overwrite_leftover(const char *path, const Status &leftover) {
         errno = EEXIST;
         return -1;
     }
-    const int fd = ::open(path, kWriting | O_NOFOLLOW);
+    int fd = ::open(path, kWriting | O_NOFOLLOW);
     Status opened{};
-    if (fd >= 0 && (fstat(fd, &opened) != 0 || !is_ours(opened) || fchmod(fd, kOwnerOnly) != 0)) {
-        ::close(fd);
-        errno = EEXIST;
-        return -1;
+    if (fd >= 0 && (fstat(fd, &opened) != 0 || !is_ours(opened))) {
+        return refuse(fd);
     }
-    return fd < 0 ? -1 : take_over(fd, path);
+    fd = fd < 0 ? -1 : take_over(fd, path);
+    return fd < 0 || fchmod(fd, kOwnerOnly) == 0 ? fd : refuse(fd);
 }
 
 int open_for_writing(const char *path) {
@@ -145,9 +149,19 @@ bool kx_temporary_file_create(kx_stream &s, const char *path) {
     return true;
 }
 
+int kx_create_temporary_file() {
+    const FileInfo &file = argsInfo.tmpFile;
+    if (!kx_folder_usable(file.dir)) {
+        return kx_fail(msg::kTemporaryFolder, file.dir);
+    }
+    return kx_temporary_file_create(tmpFile, file.path) ? 0 : kx_fail(msg::kCreateTemporaryFile, file.path);
+}
+
 bool kx_temporary_file_reopen(kx_stream &s, const char *path) {
+    s = kx_stream{};
+    const int fd = kx_fault(kx_site::open) ? -1 : ::open(path, kReading);
     Status status{};
-    if (kx_stream_open_read(s, path) && fstat(s.fd, &status) == 0 && is_remembered(status)) {
+    if (fd >= 0 && kx_stream_adopt(s, fd) && fstat(s.fd, &status) == 0 && is_remembered(status)) {
         return true;
     }
     kx_stream_clear(s);

@@ -17,6 +17,9 @@ namespace orkan {
 /// Creates the file, open for writing. False when that is refused; errno tells why.
 bool kx_temporary_file_create(kx_stream &s, const char *path);
 
+/// Creates the configured file as tmpFile after a look at its folder. 0, or 1 with a message.
+int kx_create_temporary_file();
+
 /// Opens it for reading. False when that fails or another file stands there now.
 bool kx_temporary_file_reopen(kx_stream &s, const char *path);
 

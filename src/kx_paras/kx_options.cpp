@@ -99,7 +99,8 @@ int read_record_length(ArgsInfo *args) {
     return 0;
 }
 
-/// A number with at most one suffix letter; on success the letter stands in the text as upper case.
+/// A number with at most one suffix letter, which messages show as upper case or, where the rest is no number, not at
+/// all: the text changes.
 int parse_size(char *text, kx_i64 &size) {
     const std::size_t length = std::strlen(text);
     char *last = length > 0 ? text + length - 1 : text;
@@ -127,7 +128,10 @@ int parse_size(char *text, kx_i64 &size) {
 
 int read_memory_size(ArgsInfo *args) {
     kx_i64 size = 0;
-    if (parse_size(optarg, size) != 0) {
+    char *text = kx_copy_text(optarg);
+    const int status = text != nullptr ? parse_size(text, size) : kx_fail(msg::kNoOptionMemory);
+    std::free(text);
+    if (status != 0) {
         return 1;
     }
     args->totalMemSize = size;

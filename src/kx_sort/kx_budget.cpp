@@ -61,4 +61,11 @@ kx_i64 kx_fixed_chunk_size() {
     return static_cast<kx_i64>(length * (budget / per_record));
 }
 
+kx_i64 kx_line_chunk_size() { return (argsInfo.totalMemSize - BASIC_SIZE) / 4 * 3; }
+
+kx_i64 kx_csv_chunk_size() {
+    const kx_i64 budget = argsInfo.totalMemSize - BASIC_SIZE;
+    return argsInfo.keyNums > 0 ? budget / 2 : budget / 4; // without keys every field has a locator
+}
+
 } // namespace orkan

@@ -18,4 +18,8 @@ kx_i64 kx_calculate_memsize();
 /// (two with a stable sort). 0 when not even one fits.
 kx_i64 kx_fixed_chunk_size();
 
+/// Bytes of a chunk of lines, and of CSV records: the part of the pool's budget that leaves room for their locators.
+kx_i64 kx_line_chunk_size();
+kx_i64 kx_csv_chunk_size();
+
 } // namespace orkan

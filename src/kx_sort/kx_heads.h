@@ -11,7 +11,7 @@
 //   kx_either_heads    one or the other, as the format's order_is_consistent() says
 //
 // All take a Format with `order()` (the comparators over slots of runs). The tree also asks for
-// `prefix(run)` and the prefix rule's `decisive`.
+// `prefix(run)` and `prefix_decides()`.
 #pragma once
 
 #include <utility>
@@ -65,7 +65,7 @@ class kx_tree_heads {
         size_ = count_ = kx_list_len(runs);
         stable_ = argsInfo.bStabilize == 1;
         compare_ = stable_ ? format.order().stable : format.order().plain;
-        use_prefix_ = VERBOSE == 0; // a verbose run counts its comparisons
+        use_prefix_ = VERBOSE == 0; // a verbose run counts comparisons: those of the tree
         prefix_decides_ = use_prefix_ && format.prefix_decides();
         const kx_i64 bytes = size_ * to_i64(sizeof(Head)) + size_ * to_i64(sizeof(kx_i64));
         memory_ = kx_malloc(memPool, bytes);

@@ -1,41 +1,27 @@
 // kx_index_sort.cpp: sorts an index by the leading key bytes cached next to each item.
 //
-//   slots    | item | item | ...      what an index is before and after
-//   first    | prefix ... | number ...   item i as its prefix and its number in the array of items
-//   second   | prefix ... | number ...   the other side of each radix pass; its prefixes live in the slots
+//   slots    | item | item | ...        what an index is before and after
+//   entries  | prefix, number | ...     sorted by prefix; groups of equal prefixes by the next 8 bytes, and so on
 //
-// The prefix is an order-preserving integer of the first key, so one least-significant-digit radix sort serves text,
-// numbers and both directions (Knuth, The Art of Computer Programming 3, 5.2.5, algorithm R). It is stable, so the
-// stable sort and the other one give the same order. Groups of equal prefixes are settled by the comparator. Verbose
-// runs count comparator calls and so compare throughout, as do small indexes.
+// The prefix is an order-preserving integer of the first key, so the same sort serves text, numbers and both
+// directions. What the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
+// the other one give the same order. The slots serve as half of the scratch memory meanwhile.
+//
+// Verbose runs count comparator calls and so compare throughout, as do small indexes.
 #include "kx_sort/kx_index_sort.h"
 
 #include <cstdlib>
-#include <utility>
 
-#include "kx_sort/kx_prefix.h"
+#include "kx_sort/kx_entries.h"
 #include "kx_utils/kx_fault.h"
 
 namespace orkan {
 
 namespace {
 
-constexpr kx_i64 kSmallIndex = 512; ///< below this many records the histograms cost more than they save
-constexpr int kDigitBits = 11;
-constexpr std::size_t kDigits = 6; ///< 6 x 11 bits cover the 64 of a prefix
-constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
-
-using Number = std::uint32_t;
-constexpr kx_i64 kMostRecords = std::numeric_limits<Number>::max();
-
-/// A prefix that may stand where the slots' pointers do.
-using SlotPrefix [[gnu::may_alias]] = kx_prefix;
-
-/// Entries of a radix sort: prefix and number side by side, 12 bytes a record.
-struct Entries {
-    SlotPrefix *prefixes;
-    Number *numbers;
-};
+constexpr kx_i64 kSmallIndex = 512; ///< below, three allocations and the histograms cost more than they save
+constexpr kx_i64 kMostRecords = std::numeric_limits<kx_item_number>::max();
+constexpr int kDeepest = 64; ///< groups within groups; then the comparator takes over
 
 /// System memory that lives as long as the block it is declared in.
 template <class T> class Scratch {
@@ -54,132 +40,146 @@ template <class T> class Scratch {
 // The items of an index, in buffer order before it is sorted: what their views are, and how far apart they lie.
 
 struct FixedItems {
-    char *first;
+    const char *first;
     static auto view(const void *item) { return fixed_item(item); }
     static kx_i64 stride() { return argsInfo.recLen; }
 };
 
 struct VariableItems {
-    char *first;
+    const char *first;
     static auto view(const void *item) { return variable_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo); }
 };
 
 struct CsvItems {
-    char *first;
+    const char *first;
     static auto view(const void *item) { return csv_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo_csv); }
 };
 
-// --- radix sort --------------------------------------------------------------------------------------------------
+/// One index being sorted.
+template <class Items> class IndexSort {
+  public:
+    IndexSort(Items items, kx_entries entries, kx_entries scratch) : items_(items), entries_(entries), scratch_(scratch) {}
 
-std::size_t digit(kx_prefix prefix, std::size_t d) { return prefix >> (d * kDigitBits) & (kBuckets - 1); }
-
-using Histogram = std::array<Number, kBuckets>;
-
-/// Moves the entries to `to` in the order of digit d; `count` becomes the places behind each bucket.
-void scatter(const Entries &from, const Entries &to, kx_i64 n, std::size_t d, Histogram &count) {
-    Number place = 0;
-    for (Number &bucket : count) {
-        place += std::exchange(bucket, place);
-    }
-    for (kx_i64 i = 0; i < n; ++i) {
-        const Number target = count[digit(from.prefixes[i], d)]++;
-        to.prefixes[target] = from.prefixes[i];
-        to.numbers[target] = from.numbers[i];
-    }
-}
-
-/// Sorts by prefix, keeping equal ones in order; the result is in `entries`, which may be swapped with `other`. Digits
-/// that are the same in all entries cost nothing.
-void radix_sort(Entries &entries, Entries &other, kx_i64 n) {
-    std::array<Histogram, kDigits> counts{};
-    static_assert(sizeof counts <= 65536, "lives on the stack");
-    for (kx_i64 i = 0; i < n; ++i) {
-        for (std::size_t d = 0; d < kDigits; ++d) {
-            ++counts[d][digit(entries.prefixes[i], d)];
+    void sort(void **slots, kx_i64 n) {
+        if (!take_entries(slots, n)) {
+            const kx_entries sorted = kx_sort_entries_either(entries_, scratch_, n);
+            scratch_ = sorted.prefixes == entries_.prefixes ? scratch_ : entries_;
+            entries_ = sorted;
+        }
+        if (!rule_.decisive) {
+            const bool text = rule_.key.type != kTypeNum;
+            const kx_i64 told = !text ? kNothingMore : rule_.empty_last ? 0 : kPrefixSize;
+            settle_groups(0, n, told, 0);
+        }
+        for (kx_i64 i = 0; i < n; ++i) {
+            slots[i] = const_cast<char *>(item(entries_.numbers[i]));
         }
     }
-    for (std::size_t d = 0; d < kDigits; ++d) {
-        if (counts[d][digit(entries.prefixes[0], d)] != n) {
-            scatter(entries, other, n, d, counts[d]);
-            std::swap(entries, other);
+
+  private:
+    static constexpr kx_i64 kNothingMore = -1; ///< no deeper prefixes: the first key is a number
+
+    [[nodiscard]] const char *item(kx_item_number number) const { return items_.first + stride_ * number; }
+    [[nodiscard]] Bytes key(kx_i64 i) const { return rule_.bytes_of(items_.view(item(entries_.numbers[i]))); }
+
+    /// Fills the entries in buffer order; true when their prefixes ascend already.
+    bool take_entries(void *const *slots, kx_i64 n) {
+        bool ascending = true;
+        kx_prefix previous = 0;
+        for (kx_i64 i = 0; i < n; ++i) {
+            const auto *from = static_cast<const char *>(slots[i]);
+            KX_ASSERT(from >= items_.first && (from - items_.first) % stride_ == 0);
+            const kx_prefix prefix = rule_.of(items_.view(from));
+            entries_.prefixes[i] = prefix;
+            entries_.numbers[i] = static_cast<kx_item_number>((from - items_.first) / stride_);
+            ascending = ascending && prefix >= previous;
+            previous = prefix;
+        }
+        return ascending;
+    }
+
+    /// Sorts the groups of equal prefixes within [first, end), which tell the first `told` bytes of the key.
+    void settle_groups(kx_i64 first, kx_i64 end, kx_i64 told, int depth) {
+        for (kx_i64 last = first; first < end; first = last) {
+            while (last < end && entries_.prefixes[last] == entries_.prefixes[first]) {
+                ++last;
+            }
+            if (last - first > 1) {
+                settle(first, last, told, depth);
+            }
         }
     }
-}
 
-/// Fills the entries in buffer order; true when their prefixes ascend already.
-template <class Items>
-bool take_entries(const Items &items, void *const *slots, kx_i64 n, const kx_prefix_rule &rule,
-                  const Entries &entries) {
-    const kx_i64 stride = items.stride();
-    bool ascending = true;
-    kx_prefix previous = 0;
-    for (kx_i64 i = 0; i < n; ++i) {
-        const auto *item = static_cast<const char *>(slots[i]);
-        KX_ASSERT(item >= items.first && (item - items.first) % stride == 0);
-        const kx_prefix prefix = rule.of(items.view(item));
-        entries.prefixes[i] = prefix;
-        entries.numbers[i] = static_cast<Number>((item - items.first) / stride);
-        ascending = ascending && prefix >= previous;
-        previous = prefix;
-    }
-    return ascending;
-}
-
-/// Puts the items into the slots in the order of the entries.
-template <class Items> void put_items(const Items &items, void **slots, kx_i64 n, const Entries &entries) {
-    const kx_i64 stride = items.stride();
-    for (kx_i64 i = 0; i < n; ++i) {
-        slots[i] = items.first + stride * entries.numbers[i];
-    }
-}
-
-/// Sorts each group of equal prefixes by the comparator. False when a merge buffer was refused.
-bool settle_equal_prefixes(const SlotPrefix *prefixes, void **slots, kx_i64 n) {
-    const kx_compare compare = kx_choose_index_comparator();
-    for (kx_i64 first = 0, last = 0; first < n; first = last) {
-        while (last < n && prefixes[last] == prefixes[first]) {
-            ++last;
+    void settle(kx_i64 first, kx_i64 last, kx_i64 told, int depth) {
+        while (told != kNothingMore && depth < kDeepest && go_on(first, last, told)) {
+            read_deeper(first, last, told);
+            told += kPrefixSize;
+            ++depth;
+            if (entries_.prefixes[first] != entries_.prefixes[last - 1]) {
+                settle_groups(first, last, told, depth);
+                return;
+            }
         }
-        if (last - first > 1 && _kx_msort(slots, first, last - 1, sizeof(void *), compare) != 0) {
-            return false;
+        compare(first, last);
+    }
+
+    /// All keys of the group go on behind what is told.
+    [[nodiscard]] bool go_on(kx_i64 first, kx_i64 last, kx_i64 told) const {
+        bool all = true;
+        for (kx_i64 i = first; all && i < last; ++i) {
+            all = key(i).len > told;
+        }
+        return all;
+    }
+
+    void read_deeper(kx_i64 first, kx_i64 last, kx_i64 told) {
+        bool ascending = true;
+        for (kx_i64 i = first; i < last; ++i) {
+            entries_.prefixes[i] = rule_.deeper(key(i), told);
+            ascending = ascending && (i == first || entries_.prefixes[i] >= entries_.prefixes[i - 1]);
+        }
+        if (!ascending) {
+            kx_sort_entries(entries_.from(first), scratch_.from(first), last - first);
         }
     }
-    return true;
-}
 
-/// False when memory is refused: the slots then hold a permutation that keeps equal records in order.
-template <class Items> bool sort_by_prefix(const Items &items, void **slots, kx_i64 n) {
+    void compare(kx_i64 first, kx_i64 last) {
+        kx_sort_numbers(entries_.numbers + first, scratch_.numbers + first, last - first,
+                        [this](kx_item_number a, kx_item_number b) {
+                            const char *x = item(a), *y = item(b);
+                            return compare_(&x, &y) <= 0;
+                        });
+    }
+
+    Items items_;
+    kx_entries entries_, scratch_;
+    kx_i64 stride_ = Items::stride();
+    kx_prefix_rule rule_ = kx_choose_prefix_rule();
+    kx_compare compare_ = kx_choose_index_comparator();
+};
+
+/// False when memory is refused: nothing has changed.
+bool sort_by_prefix(kx_list *list) {
+    const kx_i64 n = kx_list_len(list);
     const Scratch<kx_prefix> prefixes(n);
-    const Scratch<Number> numbers(n);
-    const Scratch<Number> other_numbers(n);
+    const Scratch<kx_item_number> numbers(n);
+    const Scratch<kx_item_number> other_numbers(n);
     if (prefixes.get() == nullptr || numbers.get() == nullptr || other_numbers.get() == nullptr) {
         return false;
     }
-    const kx_prefix_rule rule = kx_choose_prefix_rule();
-    static_assert(sizeof(kx_prefix) == sizeof(void *), "the slots hold prefixes meanwhile");
-    Entries entries{prefixes.get(), numbers.get()};
-    if (!take_entries(items, slots, n, rule, entries)) {
-        Entries other{reinterpret_cast<SlotPrefix *>(slots), other_numbers.get()};
-        radix_sort(entries, other, n);
-        if (entries.prefixes != prefixes.get()) {
-            std::memcpy(prefixes.get(), entries.prefixes, to_size(n) * sizeof(kx_prefix));
-        }
-        put_items(items, slots, n, entries);
-    }
-    return rule.decisive || settle_equal_prefixes(prefixes.get(), slots, n);
-}
-
-bool sort_by_prefix(kx_list *list) {
-    const kx_i64 n = kx_list_len(list);
     void **slots = &list->tab[kx_ring_slot(list, 0)];
-    auto *first = static_cast<char *>(slots[0]);
+    static_assert(sizeof(kx_prefix) == sizeof(void *), "the slots hold prefixes meanwhile");
+    const kx_entries entries{prefixes.get(), numbers.get()};
+    const kx_entries scratch{reinterpret_cast<kx_slot_prefix *>(slots), other_numbers.get()};
+    const auto *first = static_cast<const char *>(slots[0]);
     switch (kx_record_format()) {
-    case kx_format::fixed: return sort_by_prefix(FixedItems{first}, slots, n);
-    case kx_format::csv: return sort_by_prefix(CsvItems{first}, slots, n);
-    default: return sort_by_prefix(VariableItems{first}, slots, n);
+    case kx_format::fixed: IndexSort(FixedItems{first}, entries, scratch).sort(slots, n); break;
+    case kx_format::csv: IndexSort(CsvItems{first}, entries, scratch).sort(slots, n); break;
+    default: IndexSort(VariableItems{first}, entries, scratch).sort(slots, n); break;
     }
+    return true;
 }
 
 bool prefix_sort_applies(const kx_list *list) {

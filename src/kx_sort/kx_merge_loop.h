@@ -61,6 +61,11 @@ template <class Format, class Heads> int kx_advance_first(Format &format, Heads 
     }
 }
 
+/// The verbose line for an exhausted presorted input; how many are left is not told.
+inline void kx_trace_input_merged(const UnitDataInfo &run) {
+    kx_trace(msg::kBlockMerged, argsInfo.inFileNums, run.index + 1, kx_GetTimeInfo());
+}
+
 /// Merges the runs of the list, whose first records are held, and writes what was staged. 0, or 1.
 template <class Format> int kx_merge_runs(Format &format, const kx_list *runs, kx_stream &out) {
     typename Format::Heads heads;

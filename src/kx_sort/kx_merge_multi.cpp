@@ -22,19 +22,21 @@ int open_input(FileInfo &file) {
     return kx_stream_set_buffer(file.file, 0) ? 0 : kx_fail(msg::kInputBuffer);
 }
 
-/// Opening the output would empty an input that is still to be read.
+/// Opening the output would empty an input that is still to be read; appending to it would never end.
 bool output_is_an_input() {
-    for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
-        if (kx_same_file(argsInfo.arrInFile[i].path, argsInfo.outFile.path)) {
-            return true;
-        }
+    const char *output = argsInfo.outFile.path;
+    bool is_input = false;
+    for (kx_i64 i = 0; !is_input && i < argsInfo.inFileNums; ++i) {
+        const char *input = argsInfo.arrInFile[i].path;
+        is_input = output != nullptr ? kx_same_file(input, output) : kx_is_standard_output(input);
     }
-    return false;
+    return is_input;
 }
 
 int open_output() {
     if (output_is_an_input()) {
-        return kx_fail(msg::kCreateOutputFile, argsInfo.outFile.path);
+        return argsInfo.outFile.path != nullptr ? kx_fail(msg::kCreateOutputFile, argsInfo.outFile.path)
+                                                : kx_fail(msg::kWriteStandardOutput);
     }
     if (kx_open_output(msg::kCreateOutputFile) != 0) {
         return 1;

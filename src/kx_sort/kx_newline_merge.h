@@ -67,9 +67,7 @@ class kx_newline_blocks : public kx_newline_runs {
     }
 
     static kx_head_order order() { return kx_choose_run_order(); }
-    static bool stage_is_full(kx_i64 bytes) {
-        return argsInfo.outFile.outBufOffset + bytes > argsInfo.outFile.outBufSize;
-    }
+    static bool stage_is_full(kx_i64 bytes) { return kx_stage_lacks_room(bytes); }
 
   protected:
     explicit kx_newline_blocks(kx_stream &tmp) : kx_newline_runs(kx_choose_run_difference()), tmp_(tmp) {}

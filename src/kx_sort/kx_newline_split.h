@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "kx_sort/kx_split_loop.h"
+#include "kx_utils/kx_text.h"
 
 namespace orkan {
 
@@ -25,7 +26,7 @@ class kx_newline_split {
             return got;
         }
         const Bytes sep{argsInfo.sep, argsInfo.sep_len};
-        const bool ends = got >= sep.len && std::memcmp(buf + got - sep.len, sep.ptr, to_size(sep.len)) == 0;
+        const bool ends = ends_with({buf, got}, sep);
         const kx_i64 length = ends ? got : got + sep.len;
         if (!enlarge(buf, length)) {
             return -1;

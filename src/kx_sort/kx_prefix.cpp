@@ -13,7 +13,8 @@ kx_prefix_rule kx_choose_prefix_rule() {
     if (argsInfo.keyNums < 1) {
         return {{nullptr, 0, 0, kTypeAscii, kSeqAsc}, false, false, true}; // all records are equal
     }
-    // CSV fields differ in length, which a text prefix does not tell, and -N takes a number's last bit.
+    // CSV fields differ in length, which a text prefix does not tell, and -N takes a number's last bit. Other keys have
+    // one length, unless a merge reads foreign bytes: then a cut key and one that goes on in NULs count as equal.
     const KeyInfo &first = argsInfo.arrSortKey[0];
     const bool numeric = first.type == kTypeNum;
     const bool complete = format == kx_format::csv ? numeric && !empty_last : numeric || first.len <= kPrefixSize;

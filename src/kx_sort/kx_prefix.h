@@ -41,15 +41,28 @@ struct kx_prefix_rule {
     bool empty_last; ///< -N
     bool decisive;   ///< equal prefixes mean equal records
 
+    template <class View> [[nodiscard]] Bytes bytes_of(const View &view) const {
+        return whole && !View::kIsCsv ? view.record : view.key(key, 0);
+    }
+
     template <class View> [[nodiscard]] kx_prefix of(const View &view) const {
-        const Bytes bytes = whole && !View::kIsCsv ? view.record : view.key(key, 0);
+        const Bytes bytes = bytes_of(view);
+        if (View::kIsCsv && empty_last && bytes.len == 0) {
+            return ~kx_prefix{0};
+        }
         const kx_prefix ascending =
             key.type == kTypeNum ? number_prefix(number_at(bytes, bytes.len, view.end)) : text_prefix(bytes);
-        const kx_prefix directed = key.srtSeq == kSeqDesc ? ~ascending : ascending;
-        if (View::kIsCsv && empty_last) {
-            return bytes.len == 0 ? ~kx_prefix{0} : directed >> 1;
-        }
-        return directed;
+        return View::kIsCsv && empty_last ? directed_prefix(ascending) >> 1 : directed_prefix(ascending);
+    }
+
+    /// The prefix of a text's bytes from `depth` on, between texts that agree so far and go further.
+    [[nodiscard]] kx_prefix deeper(Bytes text, kx_i64 depth) const {
+        return directed_prefix(text_prefix({text.ptr + depth, text.len - depth}));
+    }
+
+  private:
+    [[nodiscard]] kx_prefix directed_prefix(kx_prefix ascending) const {
+        return key.srtSeq == kSeqDesc ? ~ascending : ascending;
     }
 };
 

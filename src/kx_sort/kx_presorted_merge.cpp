@@ -1,5 +1,7 @@
 #include "kx_sort/kx_presorted_merge.h"
 
+#include "kx_utils/kx_text.h"
+
 namespace orkan {
 
 namespace {
@@ -25,12 +27,10 @@ int grow(UnitDataInfo &run, kx_presorted_input &input) {
 /// Data that do not end with the newline code get one.
 void end_with_newline_code(UnitDataInfo &run) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
-    char *end = run.buf + run.bufSize;
-    if (run.bufSize == 0 ||
-        (run.bufSize >= sep.len && std::memcmp(end - sep.len, sep.ptr, to_size(sep.len)) == 0)) {
+    if (run.bufSize == 0 || ends_with({run.buf, run.bufSize}, sep)) {
         return;
     }
-    std::memcpy(end, sep.ptr, to_size(sep.len));
+    std::memcpy(run.buf + run.bufSize, sep.ptr, to_size(sep.len));
     run.bufSize += sep.len;
     run.offset += sep.len;
     run.fileInfo->size = add_saturating(run.fileInfo->size, sep.len);
@@ -73,6 +73,9 @@ int kx_presorted_runs::read_on(UnitDataInfo &run, const kx_message<> &failure) {
     run.bufSize += got;
     run.offset += got;
     from.ended = run.bufSize < from.capacity;
+    if (from.ended && run.offset < run.fileInfo->size) { // it has become shorter since it was measured
+        return kx_fail(failure);
+    }
     if (from.ended) {
         end_with_newline_code(run);
     }

@@ -31,9 +31,7 @@ struct kx_presorted_input {
 class kx_presorted_runs : public kx_newline_runs {
   public:
     static kx_head_order order() { return kx_choose_presorted_order(); }
-    static void trace_merged(kx_i64 /*left*/, const UnitDataInfo &run) {
-        kx_trace(msg::kBlockMerged, argsInfo.inFileNums, run.index + 1, kx_GetTimeInfo());
-    }
+    static void trace_merged(kx_i64 /*left*/, const UnitDataInfo &run) { kx_trace_input_merged(run); }
 
   protected:
     kx_presorted_runs() : kx_newline_runs(kx_choose_presorted_difference()) {}
@@ -88,6 +86,9 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
             }
             if (read_on(run, failure) != 0) {
                 return kx_next::failed;
+            }
+            if (run.bufSize == 0) { // nothing left to index
+                return kx_next::exhausted;
             }
             kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kLongestTail : run.bufSize);
             if (list == nullptr) {

@@ -1,4 +1,4 @@
-// kx_sort_csv.h: CSV records: index, split sort and block merge.
+// kx_sort_csv.h: CSV records: index, split sort, block merge and merge of presorted inputs.
 #pragma once
 
 #include "kx_list/kx_list.h"
@@ -8,8 +8,8 @@
 namespace orkan {
 
 /// The index of the CSV records in `size` bytes: a list of RecordInfo_csv in buffer order. The caller owns the list;
-/// its locators are freed through recordInfoArray and keyInfoArray. Null on failure, also
-/// when more than `longest_tail` bytes at the end belong to no terminated record.
+/// its locators are freed through recordInfoArray and keyInfoArray. Null on failure, also when more than
+/// `longest_tail` bytes at the end belong to no terminated record.
 kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail = kLongestTail);
 
 /// Appends the sorted blocks of one input to `tmp` and dataInfo; `size` is its size in bytes less the header's.

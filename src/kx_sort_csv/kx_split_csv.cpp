@@ -13,9 +13,7 @@ class CsvSplit : public kx_newline_split {
     explicit CsvSplit(kx_i64 size) : size_(std::max<kx_i64>(size, 0)) {}
 
     int prepare(const kx_stream & /*in*/) {
-        const kx_i64 budget = argsInfo.totalMemSize - BASIC_SIZE;
-        // At least a byte: an empty file's blocks are divided by it, too.
-        kx_i64 chunk = std::max<kx_i64>(argsInfo.keyNums > 0 ? budget / 2 : budget / 4, 1);
+        kx_i64 chunk = std::max<kx_i64>(kx_csv_chunk_size(), 1);
         kx_i64 blocks = 1;
         if (chunk > size_) {
             chunk = size_ + argsInfo.sep_len;

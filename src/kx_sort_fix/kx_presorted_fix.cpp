@@ -9,9 +9,7 @@ namespace {
 /// Kept: an input contributes what its first read delivers, at most 1 MiB of whole records.
 class FixedPresorted : public kx_fixed_runs {
   public:
-    static void trace_merged(kx_i64 /*left*/, const UnitDataInfo &run) {
-        kx_trace(msg::kBlockMerged, argsInfo.inFileNums, run.index + 1, kx_GetTimeInfo());
-    }
+    static void trace_merged(kx_i64 /*left*/, const UnitDataInfo &run) { kx_trace_input_merged(run); }
 
     kx_next next(UnitDataInfo &run) {
         run.bufOffset += length_;

@@ -15,9 +15,7 @@ class VariablePresorted : public kx_presorted_merge<VariablePresorted> {
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_current(run)); }
     static Bytes record(const UnitDataInfo &run) { return variable_current(run).record; }
 
-    static bool stage_is_full(kx_i64 bytes) {
-        return argsInfo.outFile.outBufOffset + bytes > argsInfo.outFile.outBufSize;
-    }
+    static bool stage_is_full(kx_i64 bytes) { return kx_stage_lacks_room(bytes); }
     int staged(UnitDataInfo &run, Bytes copy) {
         remember(run, copy);
         return 0;

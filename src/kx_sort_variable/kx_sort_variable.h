@@ -1,4 +1,4 @@
-// kx_sort_variable.h: newline-ended records: index, split sort and block merge.
+// kx_sort_variable.h: newline-ended records: index, split sort, block merge and merge of presorted inputs.
 #pragma once
 
 #include "kx_list/kx_list.h"
@@ -8,8 +8,8 @@
 namespace orkan {
 
 /// The index of the newline-ended records in `size` bytes: a list of RecordInfo in buffer order. The caller owns the
-/// list; its locators are freed through recordInfoArray. Null on failure, also
-/// when more than `longest_tail` bytes at the end belong to no terminated record.
+/// list; its locators are freed through recordInfoArray. Null on failure, also when more than
+/// `longest_tail` bytes at the end belong to no terminated record.
 kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail = kLongestTail);
 
 /// Appends the sorted blocks of one input of `size` bytes to `tmp` and dataInfo. 0, or 1 on failure.

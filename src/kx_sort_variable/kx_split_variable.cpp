@@ -12,7 +12,7 @@ class VariableSplit : public kx_newline_split {
     explicit VariableSplit(kx_i64 size) : size_(size) {}
 
     int prepare(const kx_stream & /*in*/) {
-        const kx_i64 chunk = std::min((argsInfo.totalMemSize - BASIC_SIZE) / 4 * 3, size_);
+        const kx_i64 chunk = std::min(kx_line_chunk_size(), size_);
         kx_trace(msg::kShowFirstSplitBuffer, chunk / 1024);
         const kx_i64 read_size = chunk - argsInfo.sep_len;
         set_sizes(size_, read_size, read_size);

@@ -69,6 +69,13 @@ bool seek(kx_stream &s, kx_i64 offset, int whence) {
     return s.open && kx_stream_flush(s) && !kx_fault(kx_site::seek) && lseek(s.fd, offset, whence) >= 0;
 }
 
+/// The path leads to that regular file.
+bool leads_to(const char *path, const struct stat &file) {
+    struct stat status {};
+    return path != nullptr && stat(path, &status) == 0 && S_ISREG(status.st_mode) && status.st_dev == file.st_dev &&
+           status.st_ino == file.st_ino;
+}
+
 } // namespace
 
 bool kx_stream_open_read(kx_stream &s, const char *path) { return open_file(s, path, O_RDONLY); }
@@ -156,6 +163,8 @@ bool kx_stream_flush(kx_stream &s) {
 bool kx_stream_seek_to(kx_stream &s, kx_i64 position) { return seek(s, position, SEEK_SET); }
 bool kx_stream_seek_by(kx_stream &s, kx_i64 distance) { return seek(s, distance, SEEK_CUR); }
 
+kx_i64 kx_stream_position(const kx_stream &s) { return s.open ? lseek(s.fd, 0, SEEK_CUR) : -1; }
+
 bool kx_stream_close(kx_stream &s) {
     if (!s.open) {
         return true;
@@ -179,9 +188,18 @@ bool kx_stream_clear(kx_stream &s) {
 }
 
 bool kx_same_file(const char *path, const char *other) {
-    struct stat a {}, b {};
-    return path != nullptr && other != nullptr && stat(path, &a) == 0 && stat(other, &b) == 0 && S_ISREG(a.st_mode) &&
-           a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+    struct stat status {};
+    return other != nullptr && stat(other, &status) == 0 && leads_to(path, status);
+}
+
+bool kx_is_standard_input(const char *path) {
+    struct stat status {};
+    return fstat(STDIN_FILENO, &status) == 0 && leads_to(path, status);
+}
+
+bool kx_is_standard_output(const char *path) {
+    struct stat status {};
+    return fstat(STDOUT_FILENO, &status) == 0 && leads_to(path, status);
 }
 
 bool kx_unlink(const char *path) { return !kx_fault(kx_site::unlink) && ::unlink(path) == 0; }

@@ -61,14 +61,19 @@ bool kx_stream_flush(kx_stream &s);
 bool kx_stream_seek_to(kx_stream &s, kx_i64 position);
 bool kx_stream_seek_by(kx_stream &s, kx_i64 distance);
 
+/// The present position in a file, in bytes; -1 where there is none, as in a pipe.
+kx_i64 kx_stream_position(const kx_stream &s);
+
 /// Flushes and closes; a closed handle is left alone (true). False when flushing or closing failed.
 bool kx_stream_close(kx_stream &s);
 
 /// Closes and makes the handle a fresh one.
 bool kx_stream_clear(kx_stream &s);
 
-/// True when both paths lead to the same regular file. A null path leads nowhere.
+/// True when both lead to the same regular file. A null path leads nowhere.
 bool kx_same_file(const char *path, const char *other);
+bool kx_is_standard_input(const char *path);
+bool kx_is_standard_output(const char *path);
 
 /// Removes a file by path. False when that fails.
 bool kx_unlink(const char *path);

@@ -57,8 +57,17 @@ void kx_trim_spaces(char *text) {
     while (n > 0 && is_white_space(first[n - 1])) {
         --n;
     }
-    std::memmove(text, first, n);
-    text[n] = '\0';
+    if (first != text) {
+        std::memmove(text, first, n);
+    }
+    if (text[n] != '\0') { // what needs no trimming is not written to: it may be a literal
+        text[n] = '\0';
+    }
+}
+
+bool ends_with(Bytes data, Bytes code) {
+    return code.len == 0 ||
+           (data.len >= code.len && std::memcmp(data.ptr + data.len - code.len, code.ptr, to_size(code.len)) == 0);
 }
 
 int kx_strSplit(char *(&pair)[2], const char *text, const char *separator) {

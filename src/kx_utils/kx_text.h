@@ -19,6 +19,9 @@ char *kx_join_text(const char *first, const char *second);
 /// Takes leading and trailing white space off, in place. Null: nothing.
 void kx_trim_spaces(char *text);
 
+/// True when the data's last bytes are `code`; an empty code ends everything.
+bool ends_with(Bytes data, Bytes code);
+
 /// Splits at the first occurrence of the separator: 0 and two new strings (null where memory is refused), or 1 and
 /// the pair untouched when the separator does not occur.
 int kx_strSplit(char *(&pair)[2], const char *text, const char *separator);

@@ -4,7 +4,6 @@
 #include "kx_io/kx_writers.h"
 #include "kx_sort/kx_choose.h"
 #include "kx_sort/kx_formats.h"
-#include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
@@ -12,8 +11,6 @@
 namespace orkan {
 
 namespace {
-
-constexpr kx_i64 kTemporaryBufferSize = kOutputBufferSize;
 
 enum class phase { split, merge };
 
@@ -32,14 +29,10 @@ int delete_temporary_file(phase now) {
 // --- split phase -------------------------------------------------------------------------------------------------
 
 int create_temporary_file() {
-    const FileInfo &file = argsInfo.tmpFile;
-    if (!kx_folder_usable(file.dir)) {
-        return kx_fail(msg::kTemporaryFolder, file.dir);
+    if (kx_create_temporary_file() != 0) {
+        return 1;
     }
-    if (!kx_temporary_file_create(tmpFile, file.path)) {
-        return kx_fail(msg::kCreateTemporaryFile, file.path);
-    }
-    return kx_stream_set_buffer(tmpFile, kTemporaryBufferSize) ? 0 : kx_fail(msg::kTemporaryFileBuffer);
+    return kx_stream_set_buffer(tmpFile, kOutputBufferSize) ? 0 : kx_fail(msg::kTemporaryFileBuffer);
 }
 
 int split_sort(const FileInfo &file) {
@@ -48,7 +41,14 @@ int split_sort(const FileInfo &file) {
     if (has_header && kx_skip_csv_header(inFile, file, header_length) != 0) {
         return 1;
     }
-    return kx_split_input(inFile, tmpFile, file.size - header_length) != 0 ? kx_fail(msg::kSplitSortFailed) : 0;
+    if (kx_split_input(inFile, tmpFile, file.size - header_length) != 0) {
+        return kx_fail(msg::kSplitSortFailed);
+    }
+    if (kx_stream_position(inFile) < file.size) { // it has become shorter since it was measured
+        kx_say(msg::kReadSplitInput);
+        return kx_fail(msg::kSplitSortFailed);
+    }
+    return 0;
 }
 
 int split_input(const FileInfo &file) {
