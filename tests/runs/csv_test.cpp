@@ -139,8 +139,8 @@ TEST(CsvErrors, AFileThatCannotBeCreatedEndsTheRun) {
             const Box box;
             box.write("in", "a\nb\n");
             box.make_folder("errors");
-            const Outcome o = box.run(
-                {.args = with_files({"-K1", "-E", "errors"}, split), .lang = japanese ? kJapanese : "C"});
+            const Outcome o =
+                box.run({.args = with_files({"-K1", "-E", "errors"}, split), .lang = japanese ? kJapanese : "C"});
             EXPECT_EQ(o.status, 1);
             const string phase = japanese ? "☆入力ファイルの分割ソート中にエラーが発生しました！\n"
                                           : "☆ Error occurred during input file split sort!\n";
@@ -179,7 +179,7 @@ TEST(CsvHeader, OfAnEmptyListOnlyWithoutUnique) {
     EXPECT_EQ(box.read("out"), "no\n") << "the split path always writes it";
 }
 
-/// "r0999,...\n", 16 bytes each, from the last to the first.
+/// Rows of 15 bytes, "r0999..." and so on, from the last to the first.
 string falling_rows(int from, int to) {
     string rows;
     for (int i = from - 1; i >= to; --i) {
@@ -191,20 +191,16 @@ string falling_rows(int from, int to) {
 
 // By design what was read while the header's end was searched is not sorted: all up to the next 1024 bytes.
 TEST(CsvHeader, TheSplitPathGoesOnBehindWhatItHasRead) {
-    const string header = "a header of 16b\n", row = "r0000,\"a\n,b\",c\n";
-    ASSERT_EQ(header.size(), 16U);
-    ASSERT_EQ(falling_rows(1, 0).size(), row.size());
-    const string rows = falling_rows(1000, 0); // rows of 15 bytes
-    const std::size_t lost = 1024 - 16;
-    const Box box;
-    box.write("in", header + rows);
-    expect_good(box.run({.args = with_files({"-H", "-K1"}, true)}), true);
-    string expected = header + rows.substr(lost, 15 - lost % 15); // the rest of a row that was cut, by its first byte
-    for (int i = 0; i < 1000 - 1008 / 15 - 1; ++i) {
+    const string header = "a header of 16b\n", rows = falling_rows(1000, 0);
+    const string found = header + rows;
+    ASSERT_EQ(found.substr(1024, 12), "32,\"a\n,b\",c\n") << "row 932 is cut";
+    string expected = header + found.substr(1024, 12);
+    for (int i = 0; i < 932; ++i) {
         expected += falling_rows(i + 1, i);
     }
-    const std::size_t cut = 15 - lost % 15;
-    ASSERT_EQ(rows.substr(lost, cut), ",c\n") << "an empty first column";
+    const Box box;
+    box.write("in", found);
+    expect_good(box.run({.args = with_files({"-H", "-K1"}, true)}), true);
     EXPECT_EQ(box.read("out"), expected);
 }
 
@@ -237,8 +233,8 @@ TEST(CsvHeader, MustEndInTheFirstMiB) {
                 const Outcome o =
                     box.run({.args = with_files({"-H", "-K1"}, split), .lang = japanese ? kJapanese : "C"});
                 EXPECT_EQ(o.status, 1);
-                EXPECT_EQ(o.err, kStart + (split || japanese ? kNoHeaderJa : kNoHeader) +
-                                     (japanese ? kFailedJa : kFailed));
+                EXPECT_EQ(o.err,
+                          kStart + (split || japanese ? kNoHeaderJa : kNoHeader) + (japanese ? kFailedJa : kFailed));
                 EXPECT_EQ(box.files(), "in tmp/");
             }
         }
@@ -273,10 +269,9 @@ TEST(CsvInputs, SeveralOnTheSplitPathStartAtTheSamePosition) {
     box.write("two", "c,3\na,4\n");
     expect_good(box.run({.args = with_files({"-K1"}, true, {"one", "two"})}), true);
     EXPECT_EQ(box.read("out"), "b,2\nb,2\nd,1\nd,1\n");
-    // Blocks that do not match end in whatever the bytes there say, but they end.
-    box.write("two", "c,3333333\na,4\ne,5\n");
-    box.write("three", string(300, 'x') + "," + string(200, 'y') + "\n");
-    const Outcome o = box.run({.args = with_files({"-K1"}, true, {"one", "two", "three"})});
+    // Where the first input's records do not fit into a block of another, that is told.
+    box.write("one", string(300, 'x') + "," + string(200, 'y') + "\n");
+    const Outcome o = box.run({.args = with_files({"-K1"}, true, {"one", "two"})});
     EXPECT_EQ(o.status, 1);
     EXPECT_NE(o.err.find("☆一時ファイルの読み込み中にエラーが発生しました！\n"), string::npos) << o.err;
     EXPECT_EQ(box.read("tmp/orkan_" + std::to_string(o.pid) + ".tmp"), "(no file)");

@@ -186,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Inputs{"newlines_of_two_bytes", {"\r\n", "\r\n"}, "\r\n\r\n", "\r\n\r\n", {"-P\\r\\n"}},
                     Inputs{"unique", {"a\nb\n", "b\na\n"}, "a\nb\n", "a\nb\n", {"-U"}},
                     // In memory the inputs stand one behind the other, so a line may go on in the next one.
-                    Inputs{"a_line_over_two_inputs", {"b\nbe", "gun\na\n"}, "a\nb\nbegun\n", "b\nb\nbe\n"}),
+                    Inputs{"a_line_over_two_inputs", {"b\na", "c\nd\n"}, "ac\nb\nd\n", "a\na\nb\nb\n"}),
     [](const auto &row) { return row.param.name; });
 
 TEST(SeveralInputs, WhoseRecordsDifferInLengthEndWithAMessage) {

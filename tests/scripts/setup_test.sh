@@ -61,6 +61,11 @@ setup build test
 expect "packages for the tests" "$(installs)" \
     "noninteractive install -y --no-install-recommends make libgtest-dev python3 binutils"
 
+fresh_machine 0 clang-format clang-tidy shellcheck
+setup dev
+expect "packages for development" "$(installs)" \
+    "noninteractive install -y --no-install-recommends clang libclang-rt-dev libbenchmark-dev"
+
 fresh_machine 0 cmake c++ ninja
 setup
 expect "status with another compiler and ninja" $? 0

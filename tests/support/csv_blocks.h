@@ -14,10 +14,11 @@ namespace support {
 
 /// One record of the temporary file.
 inline std::string temporary_record(const std::string &bytes, const std::vector<CsvField> &fields) {
-    std::string stored = int32_bytes(static_cast<std::int32_t>(bytes.size())) +
-                         int32_bytes(static_cast<std::int32_t>(fields.size()));
+    std::string stored =
+        int32_bytes(static_cast<std::int32_t>(bytes.size())) + int32_bytes(static_cast<std::int32_t>(fields.size()));
     for (const CsvField &field : fields) {
-        stored += int32_bytes(static_cast<std::int32_t>(field.at)) + int32_bytes(static_cast<std::int32_t>(field.length));
+        stored +=
+            int32_bytes(static_cast<std::int32_t>(field.at)) + int32_bytes(static_cast<std::int32_t>(field.length));
     }
     return stored + bytes;
 }

@@ -28,8 +28,8 @@ class CsvState : public RunState {
         argsInfo.bRecSort = !whole ? kRecSortNone : rules_.descending ? kRecSortDesc : kRecSortAsc;
         std::vector<KeyInfo> keys;
         for (const CsvKey &wanted : rules_.keys) {
-            keys.push_back(key(wanted.column, 0, wanted.numeric ? kTypeNum : kTypeAscii,
-                               wanted.descending ? kSeqDesc : kSeqAsc));
+            keys.push_back(
+                key(wanted.column, 0, wanted.numeric ? kTypeNum : kTypeAscii, wanted.descending ? kSeqDesc : kSeqAsc));
         }
         set_keys(keys);
     }

@@ -39,8 +39,8 @@ void add_key(Item &item, const std::string &data, const CsvRecord &record, const
     }
     KeyValue value{.numeric = key.numeric, .descending = key.descending};
     if (key.numeric) {
-        value.number = model_number(data, record.at + static_cast<std::size_t>(field.at),
-                                    static_cast<std::size_t>(field.length));
+        value.number =
+            model_number(data, record.at + static_cast<std::size_t>(field.at), static_cast<std::size_t>(field.length));
     } else {
         value.text = text_of(record, field);
     }
@@ -91,8 +91,7 @@ int by_key(const CsvRecord &a, const CsvField &x, const CsvRecord &b, const CsvF
     if (const auto decided = by_emptiness(text_of(a, x), text_of(b, y), rules)) {
         return *decided;
     }
-    const int order =
-        key.numeric ? order_of(number_of(a, x), number_of(b, y)) : order_of(text_of(a, x), text_of(b, y));
+    const int order = key.numeric ? order_of(number_of(a, x), number_of(b, y)) : order_of(text_of(a, x), text_of(b, y));
     return key.descending ? -order : order;
 }
 
@@ -249,8 +248,7 @@ std::string csv_rejected(const std::string &data, const CsvRules &rules) {
 
 std::string csv_ended(const std::string &data, const CsvShape &shape) {
     const std::string &code = shape.newline;
-    const bool ends =
-        data.size() >= code.size() && data.compare(data.size() - code.size(), code.size(), code) == 0;
+    const bool ends = data.size() >= code.size() && data.compare(data.size() - code.size(), code.size(), code) == 0;
     return ends ? data : data + code;
 }
 

@@ -19,10 +19,10 @@ using orkan::kx_format;
 
 struct Job {
     kx_format format = kx_format::fixed;
-    std::size_t length = 8;   ///< of a fixed-length record
-    std::string code = "\n";  ///< newline code of the other formats
-    Rules rules = {};         ///< of fixed-length records and lines
-    CsvRules csv = {};        ///< of CSV
+    std::size_t length = 8;  ///< of a fixed-length record
+    std::string code = "\n"; ///< newline code of the other formats
+    Rules rules = {};        ///< of fixed-length records and lines
+    CsvRules csv = {};       ///< of CSV
 };
 
 inline constexpr kx_format kFormats[] = {kx_format::fixed, kx_format::variable, kx_format::csv};

@@ -179,6 +179,16 @@ class LinesState : public RunState {
     kx_stream in_{}, tmp_{}, out_{};
 };
 
+/// `count` lines of `length` bytes with their newline, ascending.
+inline std::string numbered_lines(int count, int length, int first = 0) {
+    std::string text;
+    for (int i = first; i < first + count; ++i) {
+        const std::string number = std::to_string(i);
+        text += std::string(static_cast<std::size_t>(length - 1) - number.size(), '0') + number + "\n";
+    }
+    return text;
+}
+
 /// Random lines: few different bytes, so that ties are frequent. The byte in front of a newline code is never blank, so
 /// that no number reads on into the next line.
 inline std::string random_text(std::mt19937 &random, std::size_t lines, std::size_t longest,

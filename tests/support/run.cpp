@@ -14,6 +14,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
+#include <sstream>
 
 #include "orkan/orkan.h"
 
@@ -239,8 +240,13 @@ void Box::write(const std::string &name, const std::string &bytes) const {
 }
 
 std::string Box::read(const std::string &name) const {
-    std::ifstream file(path(name), std::ios::binary);
-    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "(no file)";
+    const std::ifstream file(path(name), std::ios::binary);
+    if (!file) {
+        return "(no file)";
+    }
+    std::ostringstream bytes;
+    bytes << file.rdbuf(); // block by block
+    return bytes.str();
 }
 
 void Box::make_folder(const std::string &name) const { fs::create_directories(path(name)); }

@@ -20,7 +20,7 @@ class StdinState : public JobState {
     StdinState &operator=(const StdinState &) = delete;
 
   protected:
-    static constexpr const char *kTemporary = "tmp/orkan_4711.tmp";
+    static constexpr const char *kTemporary = "tmp/blocks";
 
     StdinState() {
         set_temporary_folder(box.path("tmp/"));
@@ -67,8 +67,7 @@ class StdinState : public JobState {
             },
             surroundings);
         const bool returned = o.ending == Ending::returned;
-        return {o, returned ? o.status & ((1 << kBlocksShift) - 1) : o.status,
-                returned ? o.status >> kBlocksShift : 0};
+        return {o, returned ? o.status & ((1 << kBlocksShift) - 1) : o.status, returned ? o.status >> kBlocksShift : 0};
     }
     static Sorted sort_in_pieces(const std::string &data, std::size_t piece, unsigned pause = 0) {
         return sort("", {.before = [&] { feed_in_pieces(data, piece, pause); }});

@@ -131,8 +131,7 @@ class HeadsFixture : public RunState {
     void expect_one_sequence(Runs &runs, const Rules &rules) {
         configure(rules);
         const Sequence expected = taken_by_model(
-            runs,
-            [&](std::size_t a, std::size_t b) { return model_order(rules, kLength, runs.head(a), runs.head(b)); },
+            runs, [&](std::size_t a, std::size_t b) { return model_order(rules, kLength, runs.head(a), runs.head(b)); },
             rules.stable);
         for (const std::int32_t verbose : {0, 1}) {
             VERBOSE = verbose;
@@ -156,9 +155,16 @@ ModelKey down(ModelKey key) {
 }
 
 TEST_F(HeadsFixture, ListAndTreeKeepTheOrderOfTheModel) {
-    const std::vector<std::vector<ModelKey>> all_keys = {{},        {kShort},        {down(kShort)},       {kLong},
-                                                         {kNumber}, {down(kNumber)}, {kNumber, kShort},    {kLast},
-                                                         {down(kLong), kNumber},     {kShort, down(kLast)}};
+    const std::vector<std::vector<ModelKey>> all_keys = {{},
+                                                         {kShort},
+                                                         {down(kShort)},
+                                                         {kLong},
+                                                         {kNumber},
+                                                         {down(kNumber)},
+                                                         {kNumber, kShort},
+                                                         {kLast},
+                                                         {down(kLong), kNumber},
+                                                         {kShort, down(kLast)}};
     for (const std::vector<ModelKey> &keys : all_keys) {
         for (const bool stable : {false, true}) {
             for (const bool descending : {false, true}) {

@@ -36,8 +36,7 @@ class MergeFix : public External {
     void expect_model_output(const Rules &rules) {
         const string file = temporary();
         const kx_i64 buffer = expected_buffer(argsInfo.totalMemSize, dataInfo.cnt, argsInfo.recLen, rules.unique);
-        const string expected =
-            model_merge(file, blocks(), to_size(buffer), to_size(argsInfo.recLen), rules);
+        const string expected = model_merge(file, blocks(), to_size(buffer), to_size(argsInfo.recLen), rules);
         EXPECT_EQ(merge(), 0);
         EXPECT_EQ(steady(said_), kReleased);
         EXPECT_EQ(dataInfo.bufSize, buffer);
@@ -155,8 +154,10 @@ string buffers(const string &kib, const string &bytes) {
     return "各ブロックのバッファサイズは[" + kib + "]KB, [" + bytes + "]Byteです。\n";
 }
 string too_small(const string &share) {
-    return "☆各ブロックのバッファサイズ[" + share + "]は最大レコード長[10]より小さいです。\n"
-           "☆各ブロックのバッファサイズを[40]Byteにします。\n" + buffers("0", "40");
+    return "☆各ブロックのバッファサイズ[" + share +
+           "]は最大レコード長[10]より小さいです。\n"
+           "☆各ブロックのバッファサイズを[40]Byteにします。\n" +
+           buffers("0", "40");
 }
 const string kFilled = "一時ファイル⇒ブロックバッファにデータを埋め込みました。\n";
 string merged(int left, int number) {
@@ -239,7 +240,8 @@ TEST_F(MergeFix, ADuplicateOfARecordWrittenOutIsDropped) {
     const Fault count({.site = kx_site::write, .call = 1000});
     EXPECT_EQ(merge(), 0);
     EXPECT_EQ(Fault::calls(), 2) << "six records, then one";
-    EXPECT_EQ(output(), record('a') + record('b') + record('c') + record('d') + record('e') + record('f') + record('g'));
+    EXPECT_EQ(output(),
+              record('a') + record('b') + record('c') + record('d') + record('e') + record('f') + record('g'));
 }
 
 TEST_F(MergeFix, TheFirstMergedOfEqualRecordsIsKept) {
@@ -287,7 +289,7 @@ TEST_F(MergeFix, AFragmentInALargerBlockIsLeftOut) {
         split_every(20, data);
         set_share(share);
         EXPECT_EQ(merge(), 0) << share;
-    EXPECT_EQ(steady(said_), kReleased);
+        EXPECT_EQ(steady(said_), kReleased);
         EXPECT_EQ(output(), joined(model_sort(fixed_items(data, 10, {}), {})));
     }
 }

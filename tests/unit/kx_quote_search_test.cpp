@@ -71,7 +71,12 @@ string random_text(std::mt19937 &random, std::size_t size, const string &letters
 }
 
 const string kPatterns[] = {",", "\n", "\r", "\r\n", ";;", ",;,", "::::", "abab", "a", "\t", ",\n", "\n\n", "ab,", "x"};
-const string kLetters[] = {"\",\n", "\"a,;\r\n:", "ab\"", "\"\"\"\"a\r\n", ",;:ab", "xxxxxxxxxxxxxxxxxxxx\",\n",
+const string kLetters[] = {"\",\n",
+                           "\"a,;\r\n:",
+                           "ab\"",
+                           "\"\"\"\"a\r\n",
+                           ",;:ab",
+                           "xxxxxxxxxxxxxxxxxxxx\",\n",
                            "aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaab\";:\r\n,"};
 
 TEST(QuoteSearch, EveryLengthOfRandomText) {

@@ -1,115 +1,16 @@
 // kx_split_csv_test.cpp: the split sort of CSV files with budgets of a few bytes to a few KiB.
-#include <algorithm>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "support/csv_blocks.h"
+#include "support/csv_split_fixture.h"
 
 namespace {
 
 using namespace orkan;
 using namespace support;
 using std::string;
-
-const string kIndexed = "[_kx_get_indexList_csv]がかかった[#]msです。\n";
-
-class SplitCsv : public CsvBlocks {
-  protected:
-    struct Outcome {
-        int status = -1;
-        string messages, temporary;
-    };
-
-    /// Splits the file of those bytes with `budget` bytes above the reserve.
-    Outcome split(const string &data, kx_i64 budget, kx_i64 size) {
-        box.write("in", data);
-        argsInfo.totalMemSize = BASIC_SIZE + budget;
-        argsInfo.totalFileSize = to_i64(data.size());
-        Outcome outcome;
-        with_files("in", "temporary", [&](kx_stream &in, kx_stream &tmp) {
-            EXPECT_TRUE(kx_stream_set_buffer(tmp, 64));
-            outcome.messages = messages_of([&] { outcome.status = kx_splitSortFile_csv(in, tmp, size); });
-        });
-        outcome.temporary = box.read("temporary");
-        return outcome;
-    }
-    Outcome split(const string &data, kx_i64 budget) { return split(data, budget, to_i64(data.size())); }
-
-    /// The chunks that such a split indexes, each with what it is given at the input's end.
-    [[nodiscard]] std::vector<string> chunks_of(const string &data, kx_i64 budget) const {
-        const kx_i64 size = to_i64(data.size()), code = to_i64(rules_.shape.newline.size());
-        kx_i64 chunk = std::max<kx_i64>(rules_.keys.empty() ? budget / 4 : budget / 2, 1);
-        chunk = chunk > size ? size + code : chunk;
-        kx_i64 wanted = std::max<kx_i64>(chunk - code, 1);
-        std::vector<string> chunks;
-        for (kx_i64 at = 0; at < size;) {
-            const kx_i64 got = std::min(wanted, size - at);
-            const string part = data.substr(to_size(at), to_size(got));
-            if (got < wanted) {
-                chunks.push_back(csv_ended(part, rules_.shape));
-                return chunks;
-            }
-            const kx_i64 used = to_i64(csv_size(csv_records(part, rules_.shape)));
-            chunks.push_back(part.substr(0, to_size(used)));
-            wanted = used == 0 ? std::max(size + code, 2 * wanted) : wanted;
-            at += used;
-        }
-        return chunks;
-    }
-
-    /// The block's records, taken apart; their locators must be those of the record.
-    string bytes_of_block(const string &temporary, const UnitDataInfo &unit) {
-        string bytes;
-        auto at = static_cast<std::size_t>(unit.startPos);
-        for (kx_i64 i = 0; i < unit.totalRecNum; ++i) {
-            std::int32_t length = 0;
-            std::memcpy(&length, temporary.data() + at, sizeof length);
-            std::int32_t count = 0;
-            std::memcpy(&count, temporary.data() + at + 4, sizeof count);
-            const string record = temporary.substr(at + 8 + 8 * to_size(count), to_size(length));
-            const std::vector<CsvRecord> cut = csv_records(record, rules_.shape);
-            EXPECT_EQ(cut.size(), 1U) << record;
-            const string stored = cut.empty() ? "" : temporary_record(record, locators_of(cut[0], rules_));
-            EXPECT_EQ(temporary.substr(at, stored.size()), stored) << record;
-            bytes += record;
-            at += stored.size();
-        }
-        EXPECT_EQ(to_i64(at), unit.startPos + unit.size);
-        return bytes;
-    }
-
-    void expect_blocks(const string &data, kx_i64 budget) {
-        SCOPED_TRACE(std::to_string(budget) + " bytes for " + data);
-        const Outcome outcome = split(data, budget);
-        ASSERT_EQ(outcome.status, 0);
-        ASSERT_EQ(outcome.messages, "");
-        kx_i64 number = 0, position = 0;
-        for (const string &chunk : chunks_of(data, budget)) {
-            const std::vector<Item> items = csv_items(chunk, rules_);
-            if (items.empty()) {
-                continue;
-            }
-            ASSERT_LT(number, dataInfo.cnt);
-            const UnitDataInfo &unit = block(number++);
-            ASSERT_EQ(unit.startPos, position);
-            position += unit.size;
-            ASSERT_TRUE(is_sorted_output(bytes_of_block(outcome.temporary, unit), items, rules_.order()));
-        }
-        EXPECT_EQ(number, dataInfo.cnt);
-        EXPECT_EQ(position, to_i64(outcome.temporary.size()));
-        forget_blocks();
-    }
-
-    static void forget_blocks() {
-        for (kx_i64 i = 0; i < kx_list_len(dataInfo.list); ++i) {
-            kx_unitDataInfo_destroy(&block(i));
-        }
-        kx_list_destroy(dataInfo.list, nullptr);
-        dataInfo = DataInfo{};
-        dataInfo.list = __kx_list_create();
-    }
-};
 
 // --- chunks ------------------------------------------------------------------------------------------------------
 
@@ -195,8 +96,12 @@ string random_csv(std::mt19937 &random, std::size_t size) {
 CsvRules random_rules(std::mt19937 &random) {
     static const CsvShape shapes[] = {{}, {}, {.delimiter = ",,"}, {.newline = "\r\n", .delimiter = ";"}};
     const auto flip = [&] { return random() % 2 == 0; };
-    CsvRules rules{.shape = shapes[random() % 4], .whole = random() % 5 != 0, .descending = flip(),
-                   .empty_last = flip(), .stable = flip(), .unique = flip()};
+    CsvRules rules{.shape = shapes[random() % 4],
+                   .whole = random() % 5 != 0,
+                   .descending = flip(),
+                   .empty_last = flip(),
+                   .stable = flip(),
+                   .unique = flip()};
     const int first = static_cast<int>(1 + random() % 2);
     for (int n = static_cast<int>(random() % 3); n > 0; --n) {
         const bool numeric = flip() && !(rules.unique && rules.empty_last);
@@ -280,120 +185,11 @@ TEST_F(SplitCsv, TheBlockListGetsItsExpectedSize) {
     struct Row {
         kx_i64 size, budget, blocks;
     };
-    for (const Row &row : {Row{4, 4096, 1}, {4, 10, 1}, {4, 9, 1}, {4, 6, 2}, {4, 2, 4}, {1000, 40, 50}, {1001, 40, 51}}) {
+    for (const Row &row :
+         {Row{4, 4096, 1}, {4, 10, 1}, {4, 9, 1}, {4, 6, 2}, {4, 2, 4}, {1000, 40, 50}, {1001, 40, 51}}) {
         EXPECT_EQ(split("a\nb\n", row.budget, row.size).status, 0);
         EXPECT_EQ(dataInfo.list->tab_size, row.blocks) << row.size << " bytes, budget " << row.budget;
         forget_blocks();
-    }
-}
-
-// --- what is given back ------------------------------------------------------------------------------------------
-
-// The locators go back after each block, and once more at the end of the run.
-TEST_F(SplitCsv, TheReleasedLocatorsMayBeReleasedAgain) {
-    for (const kx_i64 pool : {kx_i64{1} << 22, kx_i64{4096}}) { // the small one takes them from the system
-        start_over(pool);
-        string data;
-        for (int i = 0; i < 3000; ++i) {
-            data += std::to_string(i) + ",x\n";
-        }
-        configure({.keys = {{.column = 1, .numeric = true, .descending = true}}});
-        EXPECT_EQ(split(data, 8000).status, 0);
-        EXPECT_GT(dataInfo.cnt, 3);
-        EXPECT_NE(keyInfoArray, nullptr);
-        EXPECT_EQ(recordInfoArray, nullptr);
-        EXPECT_EQ(memPool->qnum, 0);
-        kx_free(memPool, keyInfoArray);
-        kx_free(memPool, keyInfoArray);
-        EXPECT_EQ(kx_pool_check(memPool), nullptr);
-        forget_blocks();
-        if (pool > 4096) {
-            EXPECT_EQ(memPool->num, 1) << "nothing but the block list's record";
-        }
-    }
-}
-
-// --- messages ----------------------------------------------------------------------------------------------------
-
-TEST_F(SplitCsv, AVerboseRunTellsItsChunksAndCounts) {
-    VERBOSE = 1;
-    configure({.keys = {{.column = 1}}});
-    const Outcome one = split("b\na\n", 5000 * 1024);
-    EXPECT_EQ(steady(one.messages), "最初分割ソート用バッファサイズは[0]KBです。\n" + kIndexed + "ブロック1 を処理しました！ \n");
-    EXPECT_EQ(argsInfo.totalRecNum, 2);
-    string data;
-    while (data.size() < 6000) {
-        data += "abcdefg\n";
-    }
-    const Outcome more = split(data, 2 * 4096);
-    EXPECT_EQ(steady(more.messages), "最初分割ソート用バッファサイズは[4]KBです。\n" + kIndexed +
-                                         "ブロック2 を処理しました！ \n" + kIndexed + "ブロック3 を処理しました！ \n");
-    EXPECT_EQ(argsInfo.totalRecNum, 2 + 750);
-    configure({});
-    EXPECT_NE(split(data, 8 * 4096).messages.find("最初分割ソート用バッファサイズは[5]KBです。\n"), string::npos)
-        << "the whole file and a newline code";
-}
-
-TEST_F(SplitCsv, WhatFailsIsTold) {
-    struct Row {
-        const char *name;
-        FaultPlan plan;
-        string english, japanese;
-    };
-    const Row rows[] = {
-        {"read", {.site = kx_site::read}, "☆ Error occurred while reading input file during split sort!\n",
-         "☆分割ソートでは、入力ファイルの読み込み中にエラーが発生しました！\n"},
-        {"seek", {.site = kx_site::seek}, "☆ Error occurred while reading input file during split sort!\n",
-         "☆分割ソートでは、入力ファイルの読み込み中にエラーが発生しました！\n"},
-        {"write", {.site = kx_site::write, .onwards = true},
-         "☆ Error occurred while writing to output file during split sort!\n",
-         "☆分割ソートでは、出力ファイルの書き込み中にエラーが発生しました！\n"},
-    };
-    configure({.keys = {{.column = 1}}});
-    for (const Row &row : rows) {
-        for (const bool japanese : {false, true}) {
-            setenv("LANG", japanese ? kJapanese : "C", 1);
-            const Fault fault(row.plan);
-            const Outcome outcome = split("bbbbbbb\naaaaaaa\nccccccc\nddddddd\n", 40);
-            EXPECT_EQ(outcome.status, 1) << row.name;
-            EXPECT_EQ(outcome.messages, japanese ? row.japanese : row.english);
-        }
-    }
-}
-
-TEST_F(SplitCsv, RefusedMemoryIsTold) {
-    configure({.keys = {{.column = 1}}});
-    start_over(8192, false);
-    const Outcome list = split("a\n", 4, kx_i64{1} << 40);
-    EXPECT_EQ(list.status, 1);
-    EXPECT_EQ(list.messages, "☆ Failed to extend block information management memory [unit_cnt units]! \n");
-    const Outcome buffer = split("a\n", 2 * 100 * 1024 + 2, 200 * 1024);
-    EXPECT_EQ(buffer.status, 1);
-    EXPECT_EQ(buffer.messages, "☆ Failed to allocate [100]KB memory for split sort buffer! \n");
-    speak_japanese();
-    EXPECT_EQ(split("a\n", 4, kx_i64{1} << 40).messages,
-              "☆ブロック情報管理用メモリ[unit_cnt個]の拡張は失敗しました！ \n");
-    EXPECT_EQ(split("a\n", 2 * 100 * 1024 + 2, 200 * 1024).messages,
-              "☆分割ソート用バッファ[100]KBメモリの割当は失敗しました！ \n");
-}
-
-// Whatever is refused, a split ends with its status and the pool in order.
-TEST_F(SplitCsv, EveryRefusedAllocation) {
-    string data;
-    for (int i = 0; i < 400; ++i) {
-        data += std::to_string(i * 7919 % 400) + ",\"x\n\",\n";
-    }
-    for (const std::vector<CsvKey> &keys : {std::vector<CsvKey>{}, {{.column = 1}}}) {
-        int failed = 0;
-        for (kx_i64 size = 4096; size < 400000; size = size * 17 / 16) {
-            start_over(size, false);
-            configure({.keys = keys, .stable = true});
-            const Outcome outcome = split(data, 6000);
-            EXPECT_EQ(outcome.status == 0, outcome.messages.empty()) << outcome.messages;
-            failed += outcome.status;
-            EXPECT_EQ(kx_pool_check(memPool), nullptr);
-        }
-        EXPECT_GT(failed, 3);
     }
 }
 

@@ -208,8 +208,7 @@ TEST_F(SplitFix, VerboseLines) {
                                 index + "ブロック2 を処理しました！ \n");
     speak_japanese(); // no other words there
     text = messages_of([this] { EXPECT_EQ(split(string(10, 'x')), 0); });
-    EXPECT_EQ(steady(text),
-              "分割ソート用バッファサイズは[2]KBです。\n" + index + "ブロック3 を処理しました！ \n");
+    EXPECT_EQ(steady(text), "分割ソート用バッファサイズは[2]KBです。\n" + index + "ブロック3 を処理しました！ \n");
     VERBOSE = 0;
     EXPECT_EQ(messages_of([this] { EXPECT_EQ(split(string(10, 'x')), 0); }), "");
 }
@@ -272,16 +271,14 @@ TEST_F(SplitFixFails, WithoutReading) {
 }
 
 TEST_F(SplitFixFails, WithoutAnIndex) {
-    expect("☆ Failed to allocate [3]KB memory!\n", "☆[3]KBメモリの割当は失敗しました！\n",
-           of_size(300 * 8));
+    expect("☆ Failed to allocate [3]KB memory!\n", "☆[3]KBメモリの割当は失敗しました！\n", of_size(300 * 8));
 }
 
 TEST_F(SplitFixFails, WithoutMergeBuffers) {
     argsInfo.bStabilize = 1;
     set_budget(26 * 300);
     expect("☆ Failed to call kx_list_msort function during split sort (kx_splitSortFile)! \n",
-           "☆分割ソート中にkx_list_msort函数の呼び込みは失敗しました(kx_splitSortFile)！ \n",
-           of_size(150 * 8));
+           "☆分割ソート中にkx_list_msort函数の呼び込みは失敗しました(kx_splitSortFile)！ \n", of_size(150 * 8));
     argsInfo.bStabilize = 0;
     set_budget(18 * 300);
     const Fault fault(of_size(150 * 8));
@@ -290,8 +287,7 @@ TEST_F(SplitFixFails, WithoutMergeBuffers) {
 
 TEST_F(SplitFixFails, WithoutADescriptor) {
     expect("☆ Failed to allocate [120] bytes for block information management! \n",
-           "☆ブロック情報管理用[120]メモリの割当は失敗しました！ \n",
-           of_size(to_i64(sizeof(UnitDataInfo))));
+           "☆ブロック情報管理用[120]メモリの割当は失敗しました！ \n", of_size(to_i64(sizeof(UnitDataInfo))));
     EXPECT_EQ(dataInfo.cnt, 0);
 }
 

@@ -84,7 +84,8 @@ string special_record(const Job &job) {
 TEST_F(StandardInput, CutsRecordsAnywhere) {
     for (const Job &job : all_jobs(by_key)) {
         const std::size_t capacity = prepare(job, kBudget);
-        const string special = special_record(job), rest = job.format == kx_format::fixed ? "b2345678" : "bb" + job.code;
+        const string special = special_record(job),
+                     rest = job.format == kx_format::fixed ? "b2345678" : "bb" + job.code;
         for (std::size_t before = 0; before <= special.size() + job.code.size(); ++before) {
             if (job.format == kx_format::fixed && before % job.length != 0) {
                 continue; // chunks hold whole records
@@ -132,7 +133,7 @@ TEST_F(StandardInput, AHalfNewlineCodeIsData) {
     for (const kx_format format : {kx_format::variable, kx_format::csv}) {
         const Job job = key_job(format, 1, "\r\n");
         const std::size_t capacity = prepare(job, kBudget);
-        for (const string &end : {"\r", "\n", "\n\r"}) {
+        for (const string end : {"\r", "\n", "\n\r"}) {
             for (const std::size_t before : {end.size(), end.size() + 1, capacity / 2}) {
                 const string data = exactly(job, capacity - before, false) + end;
                 const Sorted sorted = sort(data);
@@ -233,7 +234,9 @@ TEST_F(StandardInput, WithoutDataEndsTheProcess) {
             EXPECT_EQ(o.ending, Ending::exited);
             EXPECT_EQ(o.status, 0);
             EXPECT_EQ(o.out, "");
-            EXPECT_EQ(o.err, verbose ? "ブロックのバッファサイズは[1]KBです。\n\n-- ソートデータ無しなので、終了する。\n" : "");
+            EXPECT_EQ(o.err, verbose
+                                 ? "ブロックのバッファサイズは[1]KBです。\n\n-- ソートデータ無しなので、終了する。\n"
+                                 : "");
             EXPECT_EQ(box.files(), "tmp/");
         }
     }

@@ -1,0 +1,78 @@
+// run_paths.h: where sorting in memory and sorting in blocks give the same result, and where by design they need not.
+#pragma once
+
+#include "fuzz_input.h"
+#include "support/job.h"
+
+namespace fuzz {
+
+using support::Job;
+using support::kx_format;
+
+/// An input of fixed-length records with a fragment at its end is refused before it is sorted.
+inline std::string whole_records(const Job &job, std::string bytes) {
+    if (job.format == kx_format::fixed) {
+        bytes.resize(bytes.size() - bytes.size() % job.length);
+    }
+    return bytes;
+}
+
+/// A number that goes on into what stands behind the record, which is not the same in memory and in a block.
+inline bool reads_on(const std::string &record, std::size_t position, std::size_t limit) {
+    if (limit == 0) {
+        return false;
+    }
+    std::size_t at = record.find_first_not_of(" \t\n\v\f\r", position);
+    if (at != std::string::npos && (record[at] == '-' || record[at] == '+')) {
+        ++at;
+        --limit;
+    }
+    if (at != std::string::npos) {
+        const std::size_t end = std::min(record.find_first_not_of("0123456789", at), record.size());
+        return end == record.size() && end - at < limit;
+    }
+    return true;
+}
+
+inline bool number_reads_on(const Job &job, const std::string &record) {
+    return std::any_of(job.rules.keys.begin(), job.rules.keys.end(), [&](const support::ModelKey &key) {
+        return key.numeric && reads_on(record, key.position, key.length);
+    });
+}
+
+inline bool number_reads_on(const Job &job, const support::CsvRecord &record) {
+    const auto fields = support::csv_key_fields(record, job.csv.keys);
+    for (std::size_t k = 0; fields && k < fields->size(); ++k) {
+        const support::CsvField &field = (*fields)[k];
+        if (job.csv.keys[k].numeric &&
+            reads_on(record.bytes, static_cast<std::size_t>(field.at), static_cast<std::size_t>(field.length))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Kept: the merge of whole CSV records lets field counts decide early.
+inline bool paths_agree(const Job &job, const std::string &data) {
+    if (job.format != kx_format::csv) {
+        const std::vector<support::Item> items = support::items_of(job, data);
+        return std::none_of(items.begin(), items.end(), [&](auto &item) { return number_reads_on(job, item.bytes); });
+    }
+    const std::vector<support::CsvRecord> records = support::csv_records(data, job.csv.shape);
+    return std::none_of(records.begin(), records.end(), [&](const support::CsvRecord &record) {
+        const bool counts_differ = record.fields.size() != records.front().fields.size();
+        return (job.csv.keys.empty() && counts_differ) || number_reads_on(job, record);
+    });
+}
+
+/// The output has exactly the records of the items, in any order.
+inline bool same_records(const Job &job, const std::string &output, const std::vector<support::Item> &items) {
+    std::vector<std::string> expected;
+    for (const support::Item &item : items) {
+        expected.push_back(item.bytes);
+    }
+    std::sort(expected.begin(), expected.end());
+    return support::records_of(job, output) == expected;
+}
+
+} // namespace fuzz
