@@ -65,7 +65,8 @@ int derive_path_parts(FileInfo &file) {
     file.fileName = kx_copy_text(kx_getFileName(file.path, '/'));
     file.dir = kx_getDir(file.path, '/');
     const bool has_folder = std::strchr(file.path, '/') != nullptr;
-    return file.fileName == nullptr || (has_folder && file.dir == nullptr) ? kx_fail_unflushed(msg::kNoOptionMemory) : 0;
+    return file.fileName == nullptr || (has_folder && file.dir == nullptr) ? kx_fail_unflushed(msg::kNoOptionMemory)
+                                                                           : 0;
 }
 
 /// What is empty by its size and yet has data, as many files of /proc.

@@ -163,6 +163,11 @@ bool died_unasked(const Outcome &o, const Call &call) {
 std::vector<Outcome> collect(const std::vector<Call> &calls, const std::vector<Streams *> &streams, pid_t child,
                              int wait_status) {
     std::vector<Outcome> outcomes(progress->started);
+    if (outcomes.empty()) {
+        ADD_FAILURE() << "the child died before its first run";
+        outcomes.resize(1);
+        return outcomes;
+    }
     for (std::size_t i = 0; i < outcomes.size(); ++i) {
         outcomes[i].out = streams[i]->out.text();
         outcomes[i].err = streams[i]->err.text();
