@@ -22,7 +22,7 @@ inline kx_prefix text_prefix(Bytes text) {
     kx_prefix value = 0;
     if (text.len >= kPrefixSize) {
         value = __builtin_bswap64(load_unaligned<kx_prefix>(text.ptr));
-    } else {
+    } else if (text.ptr != nullptr) {
         for (kx_i64 i = 0; i < text.len; ++i) {
             value |= kx_prefix{static_cast<unsigned char>(text.ptr[i])} << (56 - 8 * i);
         }

@@ -13,7 +13,7 @@ class kx_fixed_runs {
     // A whole number of records, so that writing the staged bytes leaves the last one where it is.
     [[nodiscard]] kx_i64 staging_size() const { return kOutputBufferSize - kOutputBufferSize % length_; }
 
-    [[nodiscard]] kx_head_order order() const { return kx_choose_run_order(); }
+    static kx_head_order order() { return kx_choose_run_order(); }
     [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(fixed_head(run)); }
     [[nodiscard]] Bytes record(const UnitDataInfo &run) const { return {run.buf + run.bufOffset, length_}; }

@@ -21,7 +21,7 @@ inline kx_mask mask_of(const char *block, char byte) {
 #ifdef __SSE2__
     const __m128i wanted = _mm_set1_epi8(byte);
     for (int i = 0; i < 4; ++i) {
-        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(block + 16 * i));
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i *>(block + kx_i64{16} * i));
         const auto equal = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(bytes, wanted)));
         mask |= kx_mask{equal} << (16 * i);
     }
