@@ -1,10 +1,11 @@
 // kx_index_sort.cpp: sorts an index by the leading key bytes cached next to each item.
 //
 //   slots    | item | item | ...        what an index is before and after
-//   entries  | prefix, number | ...     sorted by prefix; groups of equal prefixes by the next 8 bytes, and so on
+//   entries  | prefix, number | ...     sorted by prefix; groups of equal prefixes by the next 8 bytes, and so on;
+//                                       groups of equal keys by the next key
 //
-// The prefix is an order-preserving integer of the first key, so the same sort serves text, numbers and both
-// directions. What the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
+// The prefix is an order-preserving integer of a key, so the same sort serves text, numbers and both directions. What
+// the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
 // the other one give the same order. The slots serve as half of the scratch memory meanwhile.
 //
 // Verbose runs count comparator calls and so compare throughout, as do small indexes.
@@ -60,7 +61,8 @@ struct CsvItems {
 /// One index being sorted.
 template <class Items> class IndexSort {
   public:
-    IndexSort(Items items, kx_entries entries, kx_entries scratch) : items_(items), entries_(entries), scratch_(scratch) {}
+    IndexSort(Items items, kx_entries entries, kx_entries scratch)
+        : items_(items), entries_(entries), scratch_(scratch) {}
 
     void sort(void **slots, kx_i64 n) {
         if (!take_entries(slots, n)) {
@@ -69,9 +71,7 @@ template <class Items> class IndexSort {
             entries_ = sorted;
         }
         if (!rule_.decisive) {
-            const bool text = rule_.key.type != kTypeNum;
-            const kx_i64 told = !text ? kNothingMore : rule_.empty_last ? 0 : kPrefixSize;
-            settle_groups(0, n, told, 0);
+            settle_groups(0, n, {rule_, first_told(rule_)}, 0);
         }
         for (kx_i64 i = 0; i < n; ++i) {
             slots[i] = const_cast<char *>(item(entries_.numbers[i]));
@@ -79,10 +79,21 @@ template <class Items> class IndexSort {
     }
 
   private:
-    static constexpr kx_i64 kNothingMore = -1; ///< no deeper prefixes: the first key is a number
+    /// How far the entries' prefixes tell the keys of a group apart.
+    struct Told {
+        kx_prefix_rule rule; ///< of the key the prefixes are of
+        kx_i64 bytes;        ///< of a text: told so far; of a number: kAll, or 0 when its last bit is not
+    };
+    static constexpr kx_i64 kAll = std::numeric_limits<kx_i64>::max();
+
+    /// What prefixes by this rule tell. Under -N they are one bit short.
+    static kx_i64 first_told(const kx_prefix_rule &rule) {
+        const bool short_of_a_bit = rule.empty_last && kx_record_format() == kx_format::csv;
+        return short_of_a_bit ? 0 : rule.key.type == kTypeNum ? kAll : kPrefixSize;
+    }
 
     [[nodiscard]] const char *item(kx_item_number number) const { return items_.first + stride_ * number; }
-    [[nodiscard]] Bytes key(kx_i64 i) const { return rule_.bytes_of(items_.view(item(entries_.numbers[i]))); }
+    [[nodiscard]] auto view(kx_i64 i) const { return items_.view(item(entries_.numbers[i])); }
 
     /// Fills the entries in buffer order; true when their prefixes ascend already.
     bool take_entries(void *const *slots, kx_i64 n) {
@@ -100,8 +111,8 @@ template <class Items> class IndexSort {
         return ascending;
     }
 
-    /// Sorts the groups of equal prefixes within [first, end), which tell the first `told` bytes of the key.
-    void settle_groups(kx_i64 first, kx_i64 end, kx_i64 told, int depth) {
+    /// Sorts the groups of equal prefixes within [first, end).
+    void settle_groups(kx_i64 first, kx_i64 end, const Told &told, int depth) {
         for (kx_i64 last = first; first < end; first = last) {
             while (last < end && entries_.prefixes[last] == entries_.prefixes[first]) {
                 ++last;
@@ -112,32 +123,72 @@ template <class Items> class IndexSort {
         }
     }
 
-    void settle(kx_i64 first, kx_i64 last, kx_i64 told, int depth) {
-        while (told != kNothingMore && depth < kDeepest && go_on(first, last, told)) {
-            read_deeper(first, last, told);
-            told += kPrefixSize;
-            ++depth;
+    enum class Next { deeper, next_key, compare, equal };
+
+    void settle(kx_i64 first, kx_i64 last, Told told, int depth) {
+        for (; depth < kDeepest; ++depth) {
+            switch (what_next(first, last, told)) {
+            case Next::deeper: read_deeper(first, last, told); break;
+            case Next::next_key: read_next_key(first, last, told); break;
+            case Next::equal: return;
+            case Next::compare: compare(first, last); return;
+            }
             if (entries_.prefixes[first] != entries_.prefixes[last - 1]) {
-                settle_groups(first, last, told, depth);
+                settle_groups(first, last, told, depth + 1);
                 return;
             }
         }
         compare(first, last);
     }
 
-    /// All keys of the group go on behind what is told.
-    [[nodiscard]] bool go_on(kx_i64 first, kx_i64 last, kx_i64 told) const {
-        bool all = true;
-        for (kx_i64 i = first; all && i < last; ++i) {
-            all = key(i).len > told;
+    [[nodiscard]] Next what_next(kx_i64 first, kx_i64 last, const Told &told) const {
+        kx_i64 shortest = kAll, longest = 0;
+        for (kx_i64 i = first; told.bytes != kAll && i < last; ++i) {
+            const kx_i64 length = told.rule.bytes_of(view(i)).len;
+            shortest = std::min(shortest, length);
+            longest = std::max(longest, length);
         }
-        return all;
+        const bool numeric = told.rule.key.type == kTypeNum;
+        const bool all_empty = longest == 0;
+        if (told.bytes != kAll && !all_empty && (numeric || shortest > told.bytes)) {
+            return Next::deeper;
+        }
+        if (told.bytes != kAll && (shortest != longest || longest > told.bytes)) {
+            return Next::compare; // one text ends where others go on
+        }
+        return behind_equal_keys(told);
     }
 
-    void read_deeper(kx_i64 first, kx_i64 last, kx_i64 told) {
+    [[nodiscard]] static Next behind_equal_keys(const Told &told) {
+        if (told.rule.whole) {
+            return kx_record_format() == kx_format::csv ? Next::compare : Next::equal; // by the other fields
+        }
+        return told.rule.number + 1 < argsInfo.keyNums ? Next::next_key : Next::equal;
+    }
+
+    void read_deeper(kx_i64 first, kx_i64 last, Told &told) {
+        if (told.rule.key.type == kTypeNum) {
+            reread(first, last,
+                   [&](const auto &record) { return told.rule.whole_number(told.rule.bytes_of(record), record.end); });
+            told.bytes = kAll;
+        } else {
+            reread(first, last,
+                   [&](const auto &record) { return told.rule.deeper(told.rule.bytes_of(record), told.bytes); });
+            told.bytes += kPrefixSize;
+        }
+    }
+
+    void read_next_key(kx_i64 first, kx_i64 last, Told &told) {
+        told.rule = kx_prefix_rule_of_key(told.rule.number + 1);
+        told.bytes = first_told(told.rule);
+        reread(first, last, [&](const auto &record) { return told.rule.of(record); });
+    }
+
+    /// Gives the entries of a group new prefixes and sorts them.
+    template <class Prefix> void reread(kx_i64 first, kx_i64 last, Prefix prefix) {
         bool ascending = true;
         for (kx_i64 i = first; i < last; ++i) {
-            entries_.prefixes[i] = rule_.deeper(key(i), told);
+            entries_.prefixes[i] = prefix(view(i));
             ascending = ascending && (i == first || entries_.prefixes[i] >= entries_.prefixes[i - 1]);
         }
         if (!ascending) {

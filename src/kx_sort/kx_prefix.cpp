@@ -2,23 +2,42 @@
 
 namespace orkan {
 
+namespace {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "text_prefix swaps bytes");
+
+/// The prefix tells everything about the key. CSV fields differ in length, which a text prefix does not tell, and -N
+/// takes a number's last bit. Other keys have one length, unless a merge reads foreign bytes: then a cut key and one
+/// that goes on in NULs count as equal.
+bool tells_all(const KeyInfo &key) {
+    const bool numeric = key.type == kTypeNum;
+    if (kx_record_format() == kx_format::csv) {
+        return numeric && argsInfo.bNullLastOut == 0;
+    }
+    return numeric || key.len <= kPrefixSize;
+}
+
+kx_prefix_rule whole_record_rule() {
+    const KeyInfo all{nullptr, 0, 0, kTypeAscii, static_cast<std::int32_t>(argsInfo.bRecSort)};
+    const bool decisive = kx_record_format() == kx_format::fixed && argsInfo.recLen <= kPrefixSize;
+    return {all, 0, true, argsInfo.bNullLastOut != 0, decisive};
+}
+
+} // namespace
+
+kx_prefix_rule kx_prefix_rule_of_key(kx_i64 k) {
+    const KeyInfo &key = argsInfo.arrSortKey[k];
+    return {key, k, false, argsInfo.bNullLastOut != 0, argsInfo.keyNums == 1 && tells_all(key)};
+}
+
 kx_prefix_rule kx_choose_prefix_rule() {
-    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "text_prefix swaps bytes");
-    const kx_format format = kx_record_format();
-    const bool empty_last = argsInfo.bNullLastOut != 0;
     if (argsInfo.bRecSort != kRecSortNone) {
-        const bool decisive = format == kx_format::fixed && argsInfo.recLen <= kPrefixSize;
-        return {{nullptr, 0, 0, kTypeAscii, static_cast<std::int32_t>(argsInfo.bRecSort)}, true, empty_last, decisive};
+        return whole_record_rule();
     }
     if (argsInfo.keyNums < 1) {
-        return {{nullptr, 0, 0, kTypeAscii, kSeqAsc}, false, false, true}; // all records are equal
+        return {{nullptr, 0, 0, kTypeAscii, kSeqAsc}, 0, false, false, true}; // all records are equal
     }
-    // CSV fields differ in length, which a text prefix does not tell, and -N takes a number's last bit. Other keys have
-    // one length, unless a merge reads foreign bytes: then a cut key and one that goes on in NULs count as equal.
-    const KeyInfo &first = argsInfo.arrSortKey[0];
-    const bool numeric = first.type == kTypeNum;
-    const bool complete = format == kx_format::csv ? numeric && !empty_last : numeric || first.len <= kPrefixSize;
-    return {first, false, empty_last, argsInfo.keyNums == 1 && complete};
+    return kx_prefix_rule_of_key(0);
 }
 
 } // namespace orkan

@@ -34,15 +34,16 @@ inline kx_prefix number_prefix(kx_i64 value) {
     return static_cast<kx_prefix>(value) ^ kx_prefix { 1 } << 63;
 }
 
-/// How the records of one run get their prefix.
+/// How records get the prefix of one of their sort keys, usually the first.
 struct kx_prefix_rule {
-    KeyInfo key;     ///< the first sort key
+    KeyInfo key;     ///< the sort key
+    kx_i64 number;   ///< which one it is, from 0
     bool whole;      ///< the record's own bytes are the key
     bool empty_last; ///< -N
-    bool decisive;   ///< equal prefixes mean equal records
+    bool decisive;   ///< equal prefixes mean equal records, by all keys
 
     template <class View> [[nodiscard]] Bytes bytes_of(const View &view) const {
-        return whole && !View::kIsCsv ? view.record : view.key(key, 0);
+        return whole && !View::kIsCsv ? view.record : view.key(key, number);
     }
 
     template <class View> [[nodiscard]] kx_prefix of(const View &view) const {
@@ -60,13 +61,21 @@ struct kx_prefix_rule {
         return directed_prefix(text_prefix({text.ptr + depth, text.len - depth}));
     }
 
+    /// The whole number, where -N has cost the prefix its last bit.
+    [[nodiscard]] kx_prefix whole_number(Bytes number_text, const char *end) const {
+        return directed_prefix(number_prefix(number_at(number_text, number_text.len, end)));
+    }
+
   private:
     [[nodiscard]] kx_prefix directed_prefix(kx_prefix ascending) const {
         return key.srtSeq == kSeqDesc ? ~ascending : ascending;
     }
 };
 
-/// The rule for the configured format and keys. Whole CSV records begin with their first field.
+/// The rule for the first key of the configured format. Whole CSV records begin with their first field.
 kx_prefix_rule kx_choose_prefix_rule();
+
+/// The rule for sort key k.
+kx_prefix_rule kx_prefix_rule_of_key(kx_i64 k);
 
 } // namespace orkan
