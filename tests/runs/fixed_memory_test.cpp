@@ -13,14 +13,7 @@ namespace {
 
 using orkan::kx_site;
 using std::string;
-using support::Box;
-using support::Ending;
-using support::kEnd;
-using support::kFailed;
-using support::kFailedJa;
-using support::kJapanese;
-using support::kStart;
-using support::Outcome;
+using namespace support;
 
 using Args = std::vector<string>;
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "support/dice.h"
 #include "support/model.h"
 #include "support/run.h"
 #include "support/texts.h"
@@ -54,22 +55,14 @@ Args options_of(const Rules &rules, std::size_t record_length) {
 
 // Random data: few different bytes, so that ties, signs, blanks and numbers at any place are frequent.
 
-class Random {
+class Random : public support::Dice {
   public:
-    explicit Random(unsigned seed) : engine_(seed) {}
-
-    std::size_t below(std::size_t n) { return engine_() % n; }
-    bool flip() { return below(2) == 0; }
+    using Dice::Dice;
 
     string data(std::size_t bytes) {
         static const string alphabets[] = {"ab",          " 0123456789", " \t-+019",
                                            "abcdefgh \n", "0000000001",  "\x01\x7f\x80\xff"};
-        const string &letters = alphabets[below(6)];
-        string text(bytes, ' ');
-        for (char &c : text) {
-            c = below(50) == 0 ? static_cast<char>(below(256)) : letters[below(letters.size())];
-        }
-        return text;
+        return text(bytes, alphabets[below(6)]);
     }
 
     Rules rules(std::size_t record_length) {
@@ -81,9 +74,6 @@ class Random {
         }
         return rules;
     }
-
-  private:
-    std::mt19937 engine_;
 };
 
 /// One random case: its call and what its output must satisfy.

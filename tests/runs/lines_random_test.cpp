@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/dice.h"
 #include "support/model.h"
 #include "support/run.h"
 #include "support/texts.h"
@@ -58,22 +59,15 @@ string joined(const Args &args) {
     return text;
 }
 
-class Random {
+class Random : public support::Dice {
   public:
-    explicit Random(unsigned seed) : engine_(seed) {}
-
-    std::size_t below(std::size_t n) { return engine_() % n; }
-    bool flip() { return below(2) == 0; }
+    using Dice::Dice;
 
     /// Bytes among which newline codes, signs and blanks are frequent.
     string bytes(std::size_t size) {
         static const string alphabets[] = {"ab\n\r",           " 0123456789\r\n",   " \t-+019\n\r",
                                            "abcdefgh    \r\n", "000000000000001\n", "\x01\x7f\x80\xff\n"};
-        const string &letters = alphabets[below(6)];
-        string text(size, ' ');
-        for (char &c : text) {
-            c = below(50) == 0 ? static_cast<char>(below(256)) : letters[below(letters.size())];
-        }
+        string text = Dice::text(size, alphabets[below(6)]);
         for (std::size_t at = 0; at + 1 < size; at += 1 + below(60)) {
             text.replace(at, 2, "\r\n");
         }
@@ -104,9 +98,6 @@ class Random {
         }
         return rules;
     }
-
-  private:
-    std::mt19937 engine_;
 };
 
 struct Case {

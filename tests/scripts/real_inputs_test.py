@@ -5,6 +5,7 @@ The files are those of any Debian machine; SHARED may name a folder with public 
 
 import csv
 import glob
+import io
 import os
 import subprocess
 import sys
@@ -121,7 +122,7 @@ class Lines(Files):
 
 class Tables(Files):
     def rows(self, data, delimiter):
-        return list(csv.reader(data.decode("utf-8").splitlines(keepends=True), delimiter=delimiter))
+        return list(csv.reader(io.StringIO(data.decode("utf-8"), newline=""), delimiter=delimiter))
 
     def sorted_table(self, source, delimiter, options, key, reverse=False):
         """Header first where -H is among the options, the rows of the input, ordered by key(row)."""
@@ -140,6 +141,18 @@ class Tables(Files):
             with self.subTest(path):
                 self.sorted_table(source, ";", [*memory, "-K", "2"], lambda row: row[1])
                 self.sorted_table(source, ";", [*memory, "-K", "3", "-K", "4n"], lambda row: (row[2], int(row[3])))
+
+    def test_the_corner_cases_of_csv(self):
+        """Quoted delimiters, doubled quotes, line ends in quotes, empty and blank fields, both line ends."""
+        rows = [["b", 'say "hi"', "1,5"], ["a", "two\r\nlines", ""], ["", '""', " "], ["c", ",", "\n"], ["é", "'", '","']]
+        for end, code in (("\r\n", "\\r\\n"), ("\n", "\\n")):
+            for path, memory in PATHS.items():
+                with self.subTest(f"{path} {code}"):
+                    with open(self.path("corners"), "w", newline="", encoding="utf-8") as file:
+                        csv.writer(file, lineterminator=end).writerows(rows * 50)
+                    options = [*memory, "-P", code, "-K", "1", "-K", "2"]
+                    key = lambda row: (self.quoted(row[0]), self.quoted(row[1]))
+                    self.sorted_table(self.path("corners"), ",", options, key)
 
     def test_public_tables(self):
         tables = {"world-cities.csv": 2, "country-codes.csv": 1, "ks_1033_data.csv": 3}
