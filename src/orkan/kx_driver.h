@@ -11,8 +11,8 @@ enum class kx_pool_result {
     failed        ///< message printed
 };
 
-/// Computes the pool's size and creates memPool, with fallbacks to 64 MiB and 16 MiB.
-kx_pool_result kx_setup_pool();
+/// Creates memPool with `wanted` bytes, as kx_calculate_memsize says, with fallbacks to 64 MiB and 16 MiB.
+kx_pool_result kx_setup_pool(kx_i64 wanted);
 
 /// Finds the header line of a CSV input of the split phase, which must stand at its start; `length` receives its bytes,
 /// newline code included. The first input's line is kept. The stream is left where the search stopped reading: by

@@ -43,8 +43,7 @@ kx_pool_result fall_back_to_minimum(kx_i64 wanted) {
 
 } // namespace
 
-kx_pool_result kx_setup_pool() {
-    const kx_i64 wanted = kx_calculate_memsize();
+kx_pool_result kx_setup_pool(kx_i64 wanted) {
     if (create_pool(wanted)) {
         return kx_pool_result::ready;
     }

@@ -153,7 +153,7 @@ int sort_by_configured_path() {
 
 int sort() {
     kx_trace(msg::kPoolStarted);
-    const kx_pool_result pool = kx_setup_pool();
+    const kx_pool_result pool = kx_setup_pool(kx_calculate_memsize());
     if (pool == kx_pool_result::failed) {
         return 1;
     }
