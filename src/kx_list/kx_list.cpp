@@ -5,7 +5,7 @@
 
 #include "kx_assert/kx_assert.h"
 #include "kx_memory/kx_memory.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {

@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "kx_assert/kx_assert.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 

@@ -1,9 +1,10 @@
 // kx_pool.cpp: creation, the free list, and the front blocks: best fit, splitting, coalescing.
 
+#include <cstdlib>
 #include <new>
 
 #include "kx_memory/kx_pool_parts.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {

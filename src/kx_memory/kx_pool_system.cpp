@@ -10,7 +10,7 @@
 
 #include "kx_memory/kx_pool_messages.h"
 #include "kx_memory/kx_pool_parts.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {

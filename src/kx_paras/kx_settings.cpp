@@ -8,6 +8,7 @@
 
 #include "kx_paras/kx_paras.h"
 #include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
 #include "kx_utils/kx_text.h"

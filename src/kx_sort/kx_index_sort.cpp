@@ -14,7 +14,7 @@
 #include <cstdlib>
 
 #include "kx_sort/kx_entries.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 

@@ -4,8 +4,6 @@
 // a constant and costs nothing.
 #pragma once
 
-#include <cstdlib>
-
 #include "kx_types/kx_bytes.h"
 
 namespace orkan {
@@ -19,15 +17,5 @@ inline bool kx_fault(kx_site site, kx_i64 bytes = 0) { return kx_fault_hook != n
 #else
 constexpr bool kx_fault(kx_site /*site*/, kx_i64 /*bytes*/ = 0) { return false; }
 #endif
-
-/// The system allocator as every part of the system calls it; null when refused or bytes is negative.
-inline void *kx_system_malloc(kx_i64 bytes) {
-    return bytes < 0 || kx_fault(kx_site::allocate, bytes) ? nullptr : std::malloc(to_size(bytes));
-}
-
-/// As kx_system_malloc, for growing a block; on null the old block is still there.
-inline void *kx_system_realloc(void *old, kx_i64 bytes) {
-    return bytes < 0 || kx_fault(kx_site::allocate, bytes) ? nullptr : std::realloc(old, to_size(bytes));
-}
 
 } // namespace orkan

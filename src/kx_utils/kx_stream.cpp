@@ -11,6 +11,7 @@
 
 #include "kx_assert/kx_assert.h"
 #include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 

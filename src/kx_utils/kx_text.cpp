@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "kx_utils/kx_byte_masks.h"
-#include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 
