@@ -1,7 +1,9 @@
-// kx_entries.cpp: least-significant-digit radix sort (Knuth, The Art of Computer Programming 3, 5.2.5, algorithm R)
-// with 11-bit digits, and insertion sort where so few entries do not pay for the histograms.
+// kx_entries.cpp: radix sort (Knuth, The Art of Computer Programming 3, 5.2.5) by as many 11-bit digits as tell most of
+// the entries apart, counted from the highest bit in which any two differ: least significant of them first
+// (algorithm R), then group by group where more digits are needed. Few entries are merged and inserted instead.
 #include "kx_sort/kx_entries.h"
 
+#include <bit>
 #include <utility>
 
 namespace orkan {
@@ -9,40 +11,70 @@ namespace orkan {
 namespace {
 
 constexpr int kDigitBits = 11;
-constexpr std::size_t kDigits = 6; ///< 6 x 11 bits cover the 64 of a prefix
 constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
+constexpr int kMostDigits = 6; ///< 6 x 11 bits cover the 64 of a prefix
+constexpr int kSpareBits = 8;  ///< sorted by, beyond those that number the entries: text spreads unevenly
 constexpr kx_i64 kFewEntries = 24;
-constexpr kx_i64 kSomeEntries = 2048; ///< below, merging beats six histograms of 2,048 buckets
-
-std::size_t digit(kx_prefix prefix, std::size_t d) { return prefix >> (d * kDigitBits) & (kBuckets - 1); }
+constexpr kx_i64 kSomeEntries = 2048; ///< below, merging beats histograms of 2,048 buckets
 
 using Histogram = std::array<kx_item_number, kBuckets>;
 
+/// The digits to sort by: `count` of them from bit `low` on.
+struct Digits {
+    int low;
+    int count;
+
+    [[nodiscard]] std::size_t of(kx_prefix prefix, int d) const {
+        return prefix >> (low + d * kDigitBits) & (kBuckets - 1);
+    }
+};
+
+/// Bits in which any two prefixes differ.
+kx_prefix varying_bits(const kx_entries &entries, kx_i64 n) {
+    kx_prefix varying = 0;
+    for (kx_i64 i = 1; i < n; ++i) {
+        varying |= entries.prefixes[i] ^ entries.prefixes[0];
+    }
+    return varying;
+}
+
+int bits_of(std::uint64_t value) { return static_cast<int>(std::bit_width(value)); }
+
+Digits choose_digits(kx_prefix varying, kx_i64 n) {
+    const int bits = bits_of(varying);
+    const int enough = bits_of(static_cast<std::uint64_t>(n)) + kSpareBits;
+    const int count = (std::min(bits, enough) + kDigitBits - 1) / kDigitBits;
+    return {std::max(bits - count * kDigitBits, 0), count};
+}
+
 /// Moves the entries to `to` in the order of digit d; `count` becomes the places behind each bucket.
-void scatter(const kx_entries &from, const kx_entries &to, kx_i64 n, std::size_t d, Histogram &count) {
+void scatter(const kx_entries &from, const kx_entries &to, kx_i64 n, const Digits &digits, int d, Histogram &count) {
     kx_item_number place = 0;
     for (kx_item_number &bucket : count) {
         place += std::exchange(bucket, place);
     }
     for (kx_i64 i = 0; i < n; ++i) {
-        const kx_item_number target = count[digit(from.prefixes[i], d)]++;
+        const kx_item_number target = count[digits.of(from.prefixes[i], d)]++;
         to.prefixes[target] = from.prefixes[i];
         to.numbers[target] = from.numbers[i];
     }
 }
 
 /// Digits that are the same in all entries cost nothing.
-kx_entries radix_sort(kx_entries entries, kx_entries other, kx_i64 n) {
-    std::array<Histogram, kDigits> counts{};
+kx_entries sort_by_digits(kx_entries entries, kx_entries other, kx_i64 n, const Digits &digits) {
+    std::array<Histogram, kMostDigits> counts;
     static_assert(sizeof counts <= 65536, "lives on the stack");
+    for (int d = 0; d < digits.count; ++d) {
+        counts[to_size(d)].fill(0);
+    }
     for (kx_i64 i = 0; i < n; ++i) {
-        for (std::size_t d = 0; d < kDigits; ++d) {
-            ++counts[d][digit(entries.prefixes[i], d)];
+        for (int d = 0; d < digits.count; ++d) {
+            ++counts[to_size(d)][digits.of(entries.prefixes[i], d)];
         }
     }
-    for (std::size_t d = 0; d < kDigits; ++d) {
-        if (counts[d][digit(entries.prefixes[0], d)] != n) {
-            scatter(entries, other, n, d, counts[d]);
+    for (int d = 0; d < digits.count; ++d) {
+        if (counts[to_size(d)][digits.of(entries.prefixes[0], d)] != n) {
+            scatter(entries, other, n, digits, d, counts[to_size(d)]);
             std::swap(entries, other);
         }
     }
@@ -89,6 +121,30 @@ kx_entries merge_sort(kx_entries from, kx_entries to, kx_i64 n) {
         }
     }
     return from;
+}
+
+/// Sorts groups that are equal from bit `low` on by the bits below.
+void sort_groups(const kx_entries &entries, const kx_entries &other, kx_i64 n, int low);
+
+kx_entries radix_sort(kx_entries entries, kx_entries other, kx_i64 n) {
+    const Digits digits = choose_digits(varying_bits(entries, n), n);
+    const kx_entries sorted = sort_by_digits(entries, other, n, digits);
+    if (digits.low > 0) {
+        sort_groups(sorted, sorted.prefixes == entries.prefixes ? other : entries, n, digits.low);
+    }
+    return sorted;
+}
+
+void sort_groups(const kx_entries &entries, const kx_entries &other, kx_i64 n, int low) {
+    for (kx_i64 first = 0, last = 0; first < n; first = last) {
+        for (last = first + 1; last < n && (entries.prefixes[last] ^ entries.prefixes[first]) >> low == 0; ++last) {
+        }
+        if (last - first > kFewEntries) {
+            kx_sort_entries(entries.from(first), other.from(first), last - first);
+        } else {
+            insertion_sort(entries.from(first), last - first);
+        }
+    }
 }
 
 } // namespace

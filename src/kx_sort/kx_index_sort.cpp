@@ -11,6 +11,7 @@
 // Verbose runs count comparator calls and so compare throughout, as do small indexes.
 #include "kx_sort/kx_index_sort.h"
 
+#include <bit>
 #include <cstdlib>
 
 #include "kx_sort/kx_entries.h"
@@ -23,6 +24,9 @@ namespace {
 constexpr kx_i64 kSmallIndex = 512; ///< below, three allocations and the histograms cost more than they save
 constexpr kx_i64 kMostRecords = std::numeric_limits<kx_item_number>::max();
 constexpr int kDeepest = 64; ///< groups within groups; then the comparator takes over
+
+// Items of a group lie far apart: their locators, fields and texts are asked of the memory system so far ahead.
+constexpr kx_i64 kLocatorsAhead = 32, kFieldsAhead = 24, kTextsAhead = 16;
 
 /// System memory that lives as long as the block it is declared in.
 template <class T> class Scratch {
@@ -44,19 +48,42 @@ struct FixedItems {
     const char *first;
     static auto view(const void *item) { return fixed_item(item); }
     static kx_i64 stride() { return argsInfo.recLen; }
+    static void touch(const void * /*item*/) {}
+    static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
 struct VariableItems {
     const char *first;
     static auto view(const void *item) { return variable_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo); }
+    static void touch(const void *item) { __builtin_prefetch(item); }
+    static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
 struct CsvItems {
     const char *first;
     static auto view(const void *item) { return csv_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo_csv); }
+    static void touch(const void *item) { __builtin_prefetch(item); }
+    static void touch_fields(const void *item, kx_i64 key) {
+        __builtin_prefetch(static_cast<const RecordInfo_csv *>(item)->keyInfo + key);
+    }
 };
+
+/// How many of the first `most` bytes a and b share, when they share the first `known`.
+kx_i64 common_length(const char *a, const char *b, kx_i64 known, kx_i64 most) {
+    kx_i64 at = known;
+    for (; at + kPrefixSize <= most; at += kPrefixSize) {
+        const kx_prefix difference = load_unaligned<kx_prefix>(a + at) ^ load_unaligned<kx_prefix>(b + at);
+        if (difference != 0) {
+            return at + std::countr_zero(difference) / 8;
+        }
+    }
+    while (at < most && a[at] == b[at]) {
+        ++at;
+    }
+    return at;
+}
 
 /// One index being sorted.
 template <class Items> class IndexSort {
@@ -99,12 +126,16 @@ template <class Items> class IndexSort {
     bool take_entries(void *const *slots, kx_i64 n) {
         bool ascending = true;
         kx_prefix previous = 0;
+        const char *at = items_.first;
+        kx_i64 number = 0;
         for (kx_i64 i = 0; i < n; ++i) {
             const auto *from = static_cast<const char *>(slots[i]);
-            KX_ASSERT(from >= items_.first && (from - items_.first) % stride_ == 0);
+            number += from == at + stride_ ? 1 : (from - at) / stride_; // nearly always the next one
+            at = from;
+            KX_ASSERT(at == item(static_cast<kx_item_number>(number)));
             const kx_prefix prefix = rule_.of(items_.view(from));
             entries_.prefixes[i] = prefix;
-            entries_.numbers[i] = static_cast<kx_item_number>((from - items_.first) / stride_);
+            entries_.numbers[i] = static_cast<kx_item_number>(number);
             ascending = ascending && prefix >= previous;
             previous = prefix;
         }
@@ -123,40 +154,82 @@ template <class Items> class IndexSort {
         }
     }
 
-    enum class Next { deeper, next_key, compare, equal };
+    enum class Next { deeper, shorter_first, number, next_key, compare, equal };
 
     void settle(kx_i64 first, kx_i64 last, Told told, int depth) {
         for (; depth < kDeepest; ++depth) {
             switch (what_next(first, last, told)) {
-            case Next::deeper: read_deeper(first, last, told); break;
+            case Next::deeper: told.bytes += kPrefixSize; break; // the look has read them
+            case Next::shorter_first: read_lengths(first, last, told); break;
+            case Next::number: read_number(first, last, told); break;
             case Next::next_key: read_next_key(first, last, told); break;
             case Next::equal: return;
             case Next::compare: compare(first, last); return;
             }
-            if (entries_.prefixes[first] != entries_.prefixes[last - 1]) {
+            if (!order_group(first, last)) {
                 settle_groups(first, last, told, depth + 1);
                 return;
+            }
+            if (told.bytes != kAll && told.rule.key.type != kTypeNum) {
+                told.bytes = common_bytes(first, last, told);
             }
         }
         compare(first, last);
     }
 
-    [[nodiscard]] Next what_next(kx_i64 first, kx_i64 last, const Told &told) const {
-        kx_i64 shortest = kAll, longest = 0;
-        for (kx_i64 i = first; told.bytes != kAll && i < last; ++i) {
-            const kx_i64 length = told.rule.bytes_of(view(i)).len;
-            shortest = std::min(shortest, length);
-            longest = std::max(longest, length);
+    /// Sorts a group by its new prefixes; true when they are all the same.
+    bool order_group(kx_i64 first, kx_i64 last) {
+        const kx_slot_prefix *begin = entries_.prefixes + first, *end = entries_.prefixes + last;
+        if (!std::is_sorted(begin, end)) {
+            kx_sort_entries(entries_.from(first), scratch_.from(first), last - first);
+            return false;
         }
-        const bool numeric = told.rule.key.type == kTypeNum;
-        const bool all_empty = longest == 0;
-        if (told.bytes != kAll && !all_empty && (numeric || shortest > told.bytes)) {
+        return *begin == end[-1];
+    }
+
+    /// Hands the records of a group to use(entry, record).
+    template <class Use> void for_group(kx_i64 first, kx_i64 last, const Told &told, Use use) {
+        const kx_i64 depth = told.bytes == kAll ? 0 : told.bytes;
+        for (kx_i64 i = first; i < last; ++i) {
+            if (i + kLocatorsAhead < last) {
+                items_.touch(item(entries_.numbers[i + kLocatorsAhead]));
+            }
+            if (i + kFieldsAhead < last) {
+                items_.touch_fields(item(entries_.numbers[i + kFieldsAhead]), told.rule.number);
+            }
+            if (i + kTextsAhead < last) {
+                __builtin_prefetch(told.rule.bytes_of(view(i + kTextsAhead)).ptr + depth);
+            }
+            use(i, view(i));
+        }
+    }
+
+    Next what_next(kx_i64 first, kx_i64 last, const Told &told) {
+        if (told.bytes == kAll) {
+            return behind_equal_keys(told);
+        }
+        if (told.rule.key.type == kTypeNum) { // -N sorts empty fields apart from others
+            return told.rule.bytes_of(view(first)).len == 0 ? behind_equal_keys(told) : Next::number;
+        }
+        return look_deeper(first, last, told);
+    }
+
+    /// Makes the next 8 bytes of the group's texts their prefixes, where all go on.
+    Next look_deeper(kx_i64 first, kx_i64 last, const Told &told) {
+        kx_i64 shortest = kAll, longest = 0;
+        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+            const Bytes text = told.rule.bytes_of(record);
+            shortest = std::min(shortest, text.len);
+            longest = std::max(longest, text.len);
+            entries_.prefixes[i] = text.len > told.bytes ? told.rule.deeper(text, told.bytes) : 0;
+        });
+        if (shortest > told.bytes) {
             return Next::deeper;
         }
-        if (told.bytes != kAll && (shortest != longest || longest > told.bytes)) {
-            return Next::compare; // one text ends where others go on
+        if (shortest == longest) {
+            return behind_equal_keys(told);
         }
-        return behind_equal_keys(told);
+        return told.rule.whole ? Next::compare : Next::shorter_first;
     }
 
     [[nodiscard]] static Next behind_equal_keys(const Told &told) {
@@ -166,34 +239,37 @@ template <class Items> class IndexSort {
         return told.rule.number + 1 < argsInfo.keyNums ? Next::next_key : Next::equal;
     }
 
-    void read_deeper(kx_i64 first, kx_i64 last, Told &told) {
-        if (told.rule.key.type == kTypeNum) {
-            reread(first, last,
-                   [&](const auto &record) { return told.rule.whole_number(told.rule.bytes_of(record), record.end); });
-            told.bytes = kAll;
-        } else {
-            reread(first, last,
-                   [&](const auto &record) { return told.rule.deeper(told.rule.bytes_of(record), told.bytes); });
-            told.bytes += kPrefixSize;
-        }
+    /// Of texts that agree as far as told, those that end come first, the shorter before the longer.
+    void read_lengths(kx_i64 first, kx_i64 last, const Told &told) {
+        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+            entries_.prefixes[i] = told.rule.of_length(std::min(told.rule.bytes_of(record).len, told.bytes + 1));
+        });
+    }
+
+    void read_number(kx_i64 first, kx_i64 last, Told &told) {
+        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+            entries_.prefixes[i] = told.rule.whole_number(told.rule.bytes_of(record), record.end);
+        });
+        told.bytes = kAll;
     }
 
     void read_next_key(kx_i64 first, kx_i64 last, Told &told) {
         told.rule = kx_prefix_rule_of_key(told.rule.number + 1);
+        told.bytes = 0;
+        for_group(first, last, told,
+                  [&](kx_i64 i, const auto &record) { entries_.prefixes[i] = told.rule.of(record); });
         told.bytes = first_told(told.rule);
-        reread(first, last, [&](const auto &record) { return told.rule.of(record); });
     }
 
-    /// Gives the entries of a group new prefixes and sorts them.
-    template <class Prefix> void reread(kx_i64 first, kx_i64 last, Prefix prefix) {
-        bool ascending = true;
-        for (kx_i64 i = first; i < last; ++i) {
-            entries_.prefixes[i] = prefix(view(i));
-            ascending = ascending && (i == first || entries_.prefixes[i] >= entries_.prefixes[i - 1]);
-        }
-        if (!ascending) {
-            kx_sort_entries(entries_.from(first), scratch_.from(first), last - first);
-        }
+    /// How many leading bytes the texts of a group share, of which it is known as far as told.
+    kx_i64 common_bytes(kx_i64 first, kx_i64 last, const Told &told) {
+        const Bytes pattern = told.rule.bytes_of(view(first));
+        kx_i64 common = pattern.len;
+        for_group(first, last, told, [&](kx_i64 /*i*/, const auto &record) {
+            const Bytes text = told.rule.bytes_of(record);
+            common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(common, text.len));
+        });
+        return std::max(common, told.bytes);
     }
 
     void compare(kx_i64 first, kx_i64 last) {

@@ -66,6 +66,9 @@ struct kx_prefix_rule {
         return directed_prefix(number_prefix(number_at(number_text, number_text.len, end)));
     }
 
+    /// Orders texts by their lengths.
+    [[nodiscard]] kx_prefix of_length(kx_i64 length) const { return directed_prefix(static_cast<kx_prefix>(length)); }
+
   private:
     [[nodiscard]] kx_prefix directed_prefix(kx_prefix ascending) const {
         return key.srtSeq == kSeqDesc ? ~ascending : ascending;
