@@ -1,15 +1,17 @@
 // orkan_main.cpp: the command `orkan`: its arguments go to the library, the library's status comes back.
 //
-// The library leaves signals alone. The command removes the temporary file when one of the usual signals ends it, and
-// then dies by that signal as it would have done anyway.
+// The library leaves signals alone. The command removes the temporary file and the progress line when one of the usual
+// signals ends it, and then dies by that signal as it would have done anyway.
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "kx_io/kx_temporary_hook.h"
 #include "orkan/orkan.h"
+#include "progress_terminal.h"
 
 namespace {
 
@@ -26,6 +28,7 @@ TemporaryFile temporary;
 sigset_t blocked_before;
 
 void remove_and_die(int signal) {
+    progress_erase();
     struct stat status {};
     if (temporary.path[0] != '\0' && stat(temporary.path.data(), &status) == 0 && status.st_dev == temporary.device &&
         status.st_ino == temporary.inode) {
@@ -81,6 +84,7 @@ void orkan_temporary_file_event(orkan_temporary_event event, const char *path, d
 
 int main(int argc, char **argv) {
     install_handlers();
+    std::atexit(progress_erase);
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is a write error with its message
     return orkan_file(argc, argv);
 }

@@ -22,6 +22,7 @@
 #include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_inmemory.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_progress.h"
 #include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
@@ -230,6 +231,7 @@ int merge_chunks() {
     start = kx_clock();
     kx_trace(msg::kInputSplitCompleted, kx_GetTimeInfo());
     kx_trace(msg::kInputMergeStarted, kx_GetTimeInfo());
+    kx_progress_begin_merge();
     if (!kx_temporary_file_reopen(tmpFile, argsInfo.tmpFile.path)) {
         return kx_fail(msg::kOpenTemporaryFile, argsInfo.tmpFile.path);
     }
@@ -259,6 +261,7 @@ int kx_stdin() {
     kx_stream in{};
     kx_stream_standard_input(in);
     Chunks chunks;
+    kx_progress_begin(orkan_progress_reading, 1, 2, 0, kx_progress_counts::reads);
     if (!chunks.open() || !chunks.read_first(in)) {
         return 1;
     }

@@ -1,5 +1,6 @@
 #include "kx_io/kx_writers.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "kx_sort/kx_choose.h"
@@ -13,6 +14,7 @@ namespace {
 // Items this far ahead are asked of the memory system while the current one is copied; two distances where an item
 // is a locator first and a record behind it.
 constexpr kx_i64 kRecordsAhead = 16, kLocatorsAhead = 32;
+constexpr kx_i64 kCacheLine = 64, kTouchedBytes = 4 * kCacheLine; // of a longer record the processor fetches the rest
 
 // What an item of each format is: its record bytes, and what stands in front of them in the temporary file.
 
@@ -63,8 +65,11 @@ template <class Items> void look_ahead(const Items &items, const kx_list *list, 
     }
     if (i + kRecordsAhead < count) {
         const Bytes next = items.record(kx_list_get(list, i + kRecordsAhead));
-        __builtin_prefetch(next.ptr);
-        __builtin_prefetch(next.ptr + next.len - 1);
+        const kx_i64 touched = std::min(next.len, kTouchedBytes);
+        for (kx_i64 at = 0; at < touched; at += kCacheLine) {
+            __builtin_prefetch(next.ptr + at);
+        }
+        __builtin_prefetch(next.ptr + touched - 1);
     }
 }
 

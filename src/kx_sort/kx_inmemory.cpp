@@ -6,6 +6,7 @@
 #include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_index_sort.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_progress.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
@@ -31,6 +32,7 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
     if (VERBOSE != 0) {
         start = kx_clock();
     }
+    kx_progress_begin(orkan_progress_sorting, 2, 3, 0, kx_progress_counts::nothing);
     kx_list *list = size < 1 ? nullptr : kx_build_index(buf, size);
     if (argsInfo.totalRecNum == 0) {
         argsInfo.totalRecNum = kx_list_len(list);
@@ -39,6 +41,7 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
         return kx_fail(msg::kStableSortFailed);
     }
     trace_stretch(stable ? msg::kStableSortTook : msg::kUnstableSortTook);
+    kx_progress_begin(orkan_progress_writing, 3, 3, size, kx_progress_counts::writes);
     const auto output = argsInfo.bUnique == 1 ? kx_outputFile_list_unique : kx_outputFile_list;
     if (output(list, nullptr) != 0) {
         return 1; // nothing freed: the driver gives the whole pool back

@@ -4,7 +4,7 @@
 // first byte; nothing is unquoted.
 #include "kx_sort/kx_index_scan.h"
 #include "kx_sort_csv/kx_sort_csv.h"
-#include "kx_utils/kx_text.h"
+#include "kx_utils/kx_scan.h"
 
 namespace orkan {
 
@@ -30,7 +30,8 @@ bool open_error_file() {
 bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
     const char *cursor = block;
-    while (const char *match = kx_findstr_csv(cursor, block + size - cursor, sep, argsInfo.quote)) {
+    kx_code_scan codes({block, size}, block + size, sep, true, argsInfo.quote);
+    while (const char *match = codes.next()) {
         if (records.full() && !records.grow(2 * records.capacity())) {
             return false;
         }
@@ -51,8 +52,9 @@ template <class Take> void for_fields(const RecordInfo_csv &record, Take take) {
     const Bytes delimiter{argsInfo.delimiter, argsInfo.delimiter_len};
     const char *end = record.addr + record.len;
     const char *field = record.addr;
+    kx_code_scan delimiters({record.addr, record.len}, dataEnd, delimiter, true, argsInfo.quote);
     for (bool more = true; more;) {
-        const char *match = kx_findstr_csv_within(field, end - field, delimiter, argsInfo.quote, dataEnd);
+        const char *match = delimiters.next();
         const bool last = match == nullptr;
         // A delimiter that overlaps the newline code may leave less than nothing to the last field.
         const kx_i64 length = std::max<kx_i64>((last ? end - argsInfo.sep_len : match) - field, 0);

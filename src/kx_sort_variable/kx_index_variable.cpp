@@ -1,6 +1,6 @@
 #include "kx_sort/kx_index_scan.h"
 #include "kx_sort_variable/kx_sort_variable.h"
-#include "kx_utils/kx_text.h"
+#include "kx_utils/kx_scan.h"
 
 namespace orkan {
 
@@ -19,7 +19,8 @@ kx_i64 extrapolated(const Locators &locators, kx_i64 size, kx_i64 consumed) {
 bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
     const char *cursor = block;
-    while (const char *match = kx_findstr(cursor, block + size - cursor, sep)) {
+    kx_code_scan codes({block, size}, block + size, sep, false, '\0');
+    while (const char *match = codes.next()) {
         if (locators.full() && !locators.grow(extrapolated(locators, size, cursor - block))) {
             return false;
         }

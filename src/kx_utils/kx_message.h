@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "kx_utils/kx_locale.h"
+#include "kx_utils/kx_progress.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
@@ -88,6 +89,7 @@ template <class T> T printable(T value) { return value; }
 
 template <class... Args>
 void kx_print(std::FILE *to, const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
+    kx_progress_step_aside();
     if constexpr (sizeof...(Args) == 0) {
         std::fputs(message.text(), to);
     } else {

@@ -11,14 +11,15 @@
 
 #include "kx_assert/kx_assert.h"
 #include "kx_utils/kx_fault.h"
+#include "kx_utils/kx_progress.h"
 #include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 
 namespace {
 
-// One system call moves at most this much; the kernel itself stops a little below 2 GiB.
-constexpr kx_i64 kMostPerCall = kx_i64{1} << 30;
+// One system call moves at most this much: little enough to tell of progress often, and enough to cost nothing.
+constexpr kx_i64 kMostPerCall = kx_i64{1} << 23;
 
 // Descriptors 0 to 2 stay free of files even where the caller started us with a standard stream closed: otherwise
 // messages or records for that stream would end up in the file.
@@ -59,6 +60,7 @@ bool write_out(kx_stream &s, const char *from, kx_i64 bytes) {
         if (n > 0) {
             from += n;
             bytes -= n;
+            kx_progress_written(n);
         } else if (n == 0 || errno != EINTR) {
             s.failed = true;
         }
@@ -123,6 +125,7 @@ kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
                                                            to_size(std::min(bytes - got, kMostPerCall)));
         if (n > 0) {
             got += n;
+            kx_progress_read(n);
         } else if (n == 0) {
             break;
         } else if (errno != EINTR) {
@@ -132,7 +135,7 @@ kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
     return got;
 }
 
-bool kx_stream_write(kx_stream &s, const void *from, kx_i64 bytes) {
+bool kx_stream_write_slowly(kx_stream &s, const void *from, kx_i64 bytes) {
     if (!s.open || bytes < 1) {
         return s.open && !s.failed;
     }

@@ -8,6 +8,8 @@
 //   writing   one buffer of the handle's own; gathered records go out in whole buffers, large pieces directly
 #pragma once
 
+#include <cstring>
+
 #include "kx_types/kx_bytes.h"
 
 namespace orkan {
@@ -43,9 +45,6 @@ bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes);
 /// Reads until `bytes` bytes have come or the input ends; the count read, or -1 on a read error.
 kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes);
 
-/// Writes `bytes` bytes, perhaps only into the buffer. False when this or an earlier write failed.
-bool kx_stream_write(kx_stream &s, const void *from, kx_i64 bytes);
-
 /// Room for `bytes` bytes in the buffer, written out first if need be; null when a write failed or the buffer is
 /// smaller than that. The bytes put there count with kx_stream_commit.
 char *kx_stream_reserve_slowly(kx_stream &s, kx_i64 bytes);
@@ -53,6 +52,17 @@ inline char *kx_stream_reserve(kx_stream &s, kx_i64 bytes) {
     return !s.failed && bytes <= s.capacity - s.filled ? s.buffer + s.filled : kx_stream_reserve_slowly(s, bytes);
 }
 inline void kx_stream_commit(kx_stream &s, kx_i64 bytes) { s.filled += bytes; }
+
+/// Writes `bytes` bytes, perhaps only into the buffer. False when this or an earlier write failed.
+bool kx_stream_write_slowly(kx_stream &s, const void *from, kx_i64 bytes);
+inline bool kx_stream_write(kx_stream &s, const void *from, kx_i64 bytes) {
+    if (s.failed || bytes < 1 || bytes > s.capacity - s.filled) {
+        return kx_stream_write_slowly(s, from, bytes);
+    }
+    std::memcpy(s.buffer + s.filled, from, to_size(bytes));
+    kx_stream_commit(s, bytes);
+    return true;
+}
 
 /// Writes the buffer out. False when this or an earlier write failed.
 bool kx_stream_flush(kx_stream &s);

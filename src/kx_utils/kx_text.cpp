@@ -1,10 +1,9 @@
 #include "kx_utils/kx_text.h"
 
 #include <algorithm>
-#include <array>
 #include <cstring>
 
-#include "kx_utils/kx_byte_masks.h"
+#include "kx_utils/kx_scan.h"
 #include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
@@ -18,16 +17,6 @@ char *copy_bytes(const char *from, std::size_t n) {
         copy[n] = '\0';
     }
     return copy;
-}
-
-/// 64 bytes to look at, of which `left` count: in place where so many are readable, else copied.
-const char *whole_block(const char *block, kx_i64 left, const char *readable, std::array<char, kMaskBytes> &copy) {
-    if (readable - block >= kMaskBytes) {
-        return block;
-    }
-    copy.fill('\0');
-    std::memcpy(copy.data(), block, to_size(std::min(left, kMaskBytes)));
-    return copy.data();
 }
 
 } // namespace
@@ -118,28 +107,8 @@ const char *kx_findstr_csv(const char *buffer, kx_i64 n, Bytes pattern, char quo
     return kx_findstr_csv_within(buffer, n, pattern, quote, buffer + (n < 1 ? 0 : n));
 }
 
-// Bytes inside quotes are those behind an odd number of quotes, an opening quote included: the running parity of the
-// quote bits, carried from block to block (Langdale and Lemire, Parsing Gigabytes of JSON per Second).
 const char *kx_findstr_csv_within(const char *buffer, kx_i64 n, Bytes pattern, char quote, const char *readable) {
-    if (buffer == nullptr || n < 1 || pattern.len < 1) {
-        return nullptr;
-    }
-    const kx_i64 places = n - pattern.len + 1;
-    kx_mask carried = 0;
-    for (kx_i64 at = 0; at < places; at += kMaskBytes) {
-        std::array<char, kMaskBytes> copy;
-        const char *block = whole_block(buffer + at, n - at, readable, copy);
-        const kx_mask inside = prefix_parity(mask_of(block, quote)) ^ carried;
-        kx_mask candidates = mask_of(block, pattern.ptr[0]) & ~inside & lowest_bits(places - at);
-        for (; candidates != 0; candidates &= candidates - 1) {
-            const char *place = buffer + at + __builtin_ctzll(candidates);
-            if (pattern.len == 1 || std::memcmp(place, pattern.ptr, to_size(pattern.len)) == 0) {
-                return place;
-            }
-        }
-        carried = (inside >> (kMaskBytes - 1)) != 0 ? ~kx_mask{0} : 0;
-    }
-    return nullptr;
+    return buffer == nullptr ? nullptr : kx_code_scan({buffer, n}, readable, pattern, true, quote).next();
 }
 
 int kx_judgeQuote_front(const char *p, kx_i64 n, char quote) {

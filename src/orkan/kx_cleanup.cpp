@@ -37,6 +37,7 @@ void kx_CleanupGlobalVars() {
     release_pool();
     bufDealedSize = csvKeyLenInTemp = 0;
     processId = 0;
+    progressCount = {};
     kx_splitSort_offset_fix = kx_splitSort_offset_variable = kx_splitSort_offset_csv = 0;
     kx_getopt_reset();
     startFirst = start = start_tmp = finish = 0;

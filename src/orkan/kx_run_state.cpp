@@ -8,6 +8,7 @@ DataInfo dataInfo;
 
 kx_stream inFile, outFile, tmpFile, errFile;
 kx_temporary_identity temporaryFile;
+kx_progress_count progressCount;
 
 std::int32_t processId;
 kx_i64 startFirst, start, start_tmp, finish;

@@ -9,6 +9,7 @@
 
 #include "kx_types/kx_args.h"
 #include "kx_types/kx_unit.h"
+#include "kx_utils/kx_progress_hook.h"
 
 namespace orkan {
 
@@ -28,6 +29,15 @@ struct kx_temporary_identity {
     bool exists;
 };
 extern kx_temporary_identity temporaryFile;
+
+/// What the present phase has moved; written by kx_progress.
+enum class kx_progress_counts { nothing, reads, writes, both };
+struct kx_progress_count {
+    orkan_progress now; ///< as last told; no steps: before the first phase
+    kx_progress_counts counts;
+    kx_i64 read, written; ///< bytes
+};
+extern kx_progress_count progressCount;
 
 extern std::int32_t processId;
 extern kx_i64 startFirst, start, start_tmp, finish; ///< clock() readings of the verbose timings

@@ -5,6 +5,7 @@
 #include "kx_sort/kx_choose.h"
 #include "kx_sort/kx_formats.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_progress.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
@@ -72,6 +73,7 @@ int split_inputs() {
 int split_phase() {
     kx_trace(msg::kSplitStarted, kx_GetTimeInfo());
     start = kx_clock();
+    kx_progress_begin(orkan_progress_splitting, 1, 2, argsInfo.totalFileSize, kx_progress_counts::both);
     if (create_temporary_file() != 0) {
         return 1;
     }
@@ -112,6 +114,7 @@ int merge_to_output() {
 int merge_phase() {
     kx_trace(msg::kMergeStarted, kx_GetTimeInfo());
     start = kx_clock();
+    kx_progress_begin_merge();
     if (!kx_temporary_file_reopen(tmpFile, argsInfo.tmpFile.path)) {
         return kx_fail(msg::kOpenTemporaryFile, argsInfo.tmpFile.path);
     }

@@ -27,6 +27,7 @@
 #include "kx_sort/kx_merge_multi.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_progress.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
@@ -86,6 +87,7 @@ int read_arguments(int argc, char **argv) {
 
 int merge_presorted_inputs() {
     kx_trace(msg::kMergeInputsStarted);
+    kx_progress_begin(orkan_progress_merging, 1, 1, argsInfo.totalFileSize, kx_progress_counts::reads);
     if (kx_mergeSortMultiFile() != 0) {
         return kx_fail(msg::kMergeInputsFailed);
     }
@@ -113,6 +115,7 @@ int sort_for_want_of_memory() {
 
 int load_inputs(char *buf) {
     start = kx_clock();
+    kx_progress_begin(orkan_progress_reading, 1, 3, argsInfo.totalFileSize, kx_progress_counts::reads);
     if (kx_inputFile(buf) != 0) {
         return 1;
     }

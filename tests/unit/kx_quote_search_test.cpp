@@ -1,13 +1,14 @@
 // kx_quote_search_test.cpp: the search outside quotes, by 64 bytes at a time, against its plain definition.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "kx_utils/kx_byte_masks.h"
+#include "kx_utils/kx_scan.h"
 #include "kx_utils/kx_text.h"
 #include "support/csv_model.h"
 
@@ -173,26 +174,80 @@ TEST(QuoteSearch, NothingToFind) {
 
 // The building blocks.
 
-TEST(ByteMasks, OneBitForEachByte) {
+/// The masks of blocks, byte by byte; inside as the kernels carry it.
+std::vector<kx_mask> plain_masks(const string &text, const kx_scan_rule &rule, bool odd) {
+    std::vector<kx_mask> masks(text.size() / to_size(kMaskBytes));
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        odd ^= rule.quoted && text[i] == rule.quote;
+        const bool found = text[i] == rule.first && !odd;
+        masks[i / to_size(kMaskBytes)] |= kx_mask{found} << i % to_size(kMaskBytes);
+    }
+    return masks;
+}
+
+void expect_kernel_as_defined(kx_scan_kernel kernel, const string &text, const kx_scan_rule &rule, bool odd) {
+    const Block block(text);
+    std::vector<kx_mask> masks(text.size() / to_size(kMaskBytes));
+    kx_mask inside = odd ? ~kx_mask{0} : 0;
+    kernel(block.begin(), to_i64(masks.size()), rule, masks.data(), inside);
+    ASSERT_EQ(masks, plain_masks(text, rule, odd));
+    const bool ends_inside = odd ^ (rule.quoted && std::count(text.begin(), text.end(), rule.quote) % 2 != 0);
+    ASSERT_EQ(inside, ends_inside ? ~kx_mask{0} : 0);
+}
+
+TEST(ScanKernels, OneBitForEachCodeOutsideQuotes) {
     std::mt19937 random(8);
-    for (int round = 0; round < 200; ++round) {
-        const string text = random_text(random, to_size(kMaskBytes), "ab\"\x80\xff");
-        const Block block(text);
-        for (const char byte : {'a', '"', '\x80', '\xff', '\0'}) {
-            const kx_mask mask = mask_of(block.begin(), byte);
-            kx_mask parity = 0;
-            bool odd = false;
-            for (std::size_t i = 0; i < 64; ++i) {
-                ASSERT_EQ((mask >> i & 1) != 0, text[i] == byte);
-                odd ^= text[i] == byte;
-                parity |= kx_mask{odd} << i;
+    for (int round = 0; round < 300; ++round) {
+        const string text = random_text(random, to_size(kMaskBytes) * (1 + random() % 5), "abbb\"\x80\xff\x7f\x01");
+        for (const char first : {'a', '"', '\x80', '\xff', '\0', '\x01'}) {
+            for (const bool quoted : {false, true}) {
+                for (const kx_scan_kernel kernel : {kx_scan_portably, kx_scan_blocks}) {
+                    expect_kernel_as_defined(kernel, text, {first, quoted, '"'}, quoted && round % 2 != 0);
+                }
             }
-            ASSERT_EQ(prefix_parity(mask), parity);
         }
     }
 }
 
-TEST(ByteMasks, LowestBits) {
+/// All codes that the walk meets, as distances from the text's start.
+std::vector<kx_i64> walked(const Block &block, kx_i64 size, const string &code, bool quoted) {
+    std::vector<kx_i64> places;
+    kx_code_scan scan({block.begin(), size}, block.end(), bytes_of(code), quoted, '"');
+    while (const char *place = scan.next()) {
+        places.push_back(place - block.begin());
+    }
+    return places;
+}
+
+/// Each search begins anew behind the code before.
+std::vector<kx_i64> searched(const string &text, const string &code, bool quoted) {
+    std::vector<kx_i64> places;
+    for (std::size_t from = 0;;) {
+        const std::size_t at = quoted ? csv_find(text, from, text.size(), code, '"') : text.find(code, from);
+        if (at == string::npos) {
+            return places;
+        }
+        places.push_back(to_i64(at));
+        from = at + code.size();
+    }
+}
+
+TEST(CodeScan, MeetsEveryCodeThatASearchFromTheOneBeforeFinds) {
+    std::mt19937 random(9);
+    for (int round = 0; round < 3000; ++round) {
+        const string text = random_text(random, random() % 1500, round % 2 == 0 ? "a\nb\"" : ",,a\"\n,bbbbbbbbbbb");
+        const std::size_t size = text.size() - random() % (text.size() + 1) / 8;
+        const Block block(text);
+        for (const char *code : {"\n", ",", ",,", "a\n", "\"a", "a\"", "\"\"", ",\",", "\n\n\n"}) {
+            for (const bool quoted : {false, true}) {
+                ASSERT_EQ(walked(block, to_i64(size), code, quoted), searched(text.substr(0, size), code, quoted))
+                    << code << " in " << text.substr(0, size);
+            }
+        }
+    }
+}
+
+TEST(ScanKernels, LowestBits) {
     EXPECT_EQ(lowest_bits(0), 0U);
     EXPECT_EQ(lowest_bits(1), 1U);
     EXPECT_EQ(lowest_bits(63), ~kx_mask{0} >> 1);
