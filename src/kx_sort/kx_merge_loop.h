@@ -3,7 +3,7 @@
 //
 // What a format answers:
 //
-//   order(), prefix_decides(), prefix(run)   see kx_heads.h; `Heads` is the structure to use
+//   order(), rule(), prefix(run), text(run)   see kx_heads.h; `Heads` is the structure to use
 //   record(run)            the current record's own bytes
 //   next(run)              moves on to the run's next record and sees that it is held, or that the run is exhausted
 //   trace_merged(left, run)  verbose line for an exhausted run

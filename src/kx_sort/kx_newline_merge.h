@@ -10,7 +10,7 @@ namespace orkan {
 class kx_newline_runs {
   public:
     static kx_i64 staging_size() { return kOutputBufferSize; }
-    [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
+    [[nodiscard]] const kx_prefix_rule &rule() const { return rule_; }
     [[nodiscard]] bool differs(const UnitDataInfo &run) const { return last_ == nullptr || differs_(last_, &run) != 0; }
 
   protected:

@@ -61,6 +61,16 @@ struct kx_prefix_rule {
         return directed_prefix(text_prefix({text.ptr + depth, text.len - depth}));
     }
 
+    /// The prefix of a text's bytes from `depth` on, none behind its end.
+    [[nodiscard]] kx_prefix at(Bytes text, kx_i64 depth) const {
+        return depth < text.len ? deeper(text, depth) : directed_prefix(0);
+    }
+
+    /// Equal prefixes may go on differing in the bytes behind.
+    [[nodiscard]] bool deepens() const {
+        return key.type != kTypeNum && !decisive && !(empty_last && kx_record_format() == kx_format::csv);
+    }
+
     /// The whole number, where -N has cost the prefix its last bit.
     [[nodiscard]] kx_prefix whole_number(Bytes number_text, const char *end) const {
         return directed_prefix(number_prefix(number_at(number_text, number_text.len, end)));

@@ -18,6 +18,7 @@ class CsvMerge : public kx_newline_blocks {
     static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone; }
 
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(csv_head(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(csv_head(run)); }
     static Bytes record(const UnitDataInfo &run) { return read_csv_temp(held_from_current(run)).bytes; }
 
     static kx_i64 stored_size(const UnitDataInfo &run) {

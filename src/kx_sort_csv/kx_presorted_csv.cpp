@@ -16,6 +16,7 @@ class CsvPresorted : public kx_presorted_merge<CsvPresorted> {
         return _kx_get_indexList_csv(buf, size, longest_tail);
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(csv_current(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(csv_current(run)); }
     static Bytes record(const UnitDataInfo &run) { return csv_current(run).record; }
 
     /// Kept: unlike newline-ended records a record never fills the buffer to its last byte.

@@ -14,8 +14,9 @@ class kx_fixed_runs {
     [[nodiscard]] kx_i64 staging_size() const { return kOutputBufferSize - kOutputBufferSize % length_; }
 
     static kx_head_order order() { return kx_choose_run_order(); }
-    [[nodiscard]] bool prefix_decides() const { return rule_.decisive; }
+    [[nodiscard]] const kx_prefix_rule &rule() const { return rule_; }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(fixed_head(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(fixed_head(run)); }
     [[nodiscard]] Bytes record(const UnitDataInfo &run) const { return {run.buf + run.bufOffset, length_}; }
 
     static bool stage_is_full(kx_i64 /*bytes*/) { return argsInfo.outFile.outBufOffset >= argsInfo.outFile.outBufSize; }

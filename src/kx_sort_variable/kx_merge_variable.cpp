@@ -15,6 +15,7 @@ class VariableMerge : public kx_newline_blocks {
     explicit VariableMerge(kx_stream &tmp) : kx_newline_blocks(tmp) {}
 
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_head(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(variable_head(run)); }
     static Bytes record(const UnitDataInfo &run) { return read_variable_temp(held_from_current(run)).bytes; }
 
     static kx_i64 stored_size(const UnitDataInfo &run) {

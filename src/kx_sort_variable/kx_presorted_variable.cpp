@@ -13,6 +13,7 @@ class VariablePresorted : public kx_presorted_merge<VariablePresorted> {
         return _kx_get_indexList_variable(buf, size, longest_tail);
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_current(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(variable_current(run)); }
     static Bytes record(const UnitDataInfo &run) { return variable_current(run).record; }
 
     static bool stage_is_full(kx_i64 bytes) { return kx_stage_lacks_room(bytes); }

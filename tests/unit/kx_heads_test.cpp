@@ -24,13 +24,14 @@ using Sequence = std::vector<std::size_t>; ///< numbers of runs in the order in 
 
 /// What the structures ask of a format.
 struct FixedFormat {
-    kx_prefix_rule rule = kx_choose_prefix_rule();
+    kx_prefix_rule first = kx_choose_prefix_rule();
     bool consistent = true;
 
     [[nodiscard]] kx_head_order order() const { return kx_choose_run_order(); }
     [[nodiscard]] bool order_is_consistent() const { return consistent; }
-    [[nodiscard]] bool prefix_decides() const { return rule.decisive; }
-    [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule.of(fixed_head(run)); }
+    [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return first.of(fixed_head(run)); }
+    [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return first.bytes_of(fixed_head(run)); }
+    [[nodiscard]] const kx_prefix_rule &rule() const { return first; }
 };
 
 /// Runs held whole, each with at least one record. The list numbers them.
@@ -274,7 +275,7 @@ TEST_F(HeadsFixture, RefusedMemoryIsReported) {
     use_pool(1 << 16, false);
     const Runs runs(std::vector<string>(200, string(kLength, 'x')));
     exhaust();
-    EXPECT_EQ(refusal<kx_tree_heads>(runs), "☆ Failed to allocate [6400] bytes for block information management! \n");
+    EXPECT_EQ(refusal<kx_tree_heads>(runs), "☆ Failed to allocate [12800] bytes for block information management! \n");
     EXPECT_EQ(refusal<kx_literal_heads>(runs),
               "☆ Failed to allocate [1600] bytes for block information management! \n");
     speak_japanese();
