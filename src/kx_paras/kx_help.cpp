@@ -155,7 +155,9 @@ const char *by_language(const char *english, const char *japanese) {
 
 const char *kx_GetHelp() { return by_language(kHelpEnglish, kHelpJapanese); }
 
-const char *kx_GetVersion() { return by_language("\nVersion: 3.0.0\n", "\nバージョン：3.0.0\n"); }
+const char *kx_GetVersion() {
+    return by_language("\nVersion: " ORKAN_VERSION "\n", "\nバージョン：" ORKAN_VERSION "\n");
+}
 
 const char *kx_GetCopyright() {
     return by_language("Copyright (c) 2026 the orkan developers\n", "著作権 (c) 2026 the orkan developers\n");

@@ -59,7 +59,7 @@ expect "standard output" "$(cat "$box/out")" ""
 fresh_machine 0 cmake g++
 setup build test
 expect "packages for the tests" "$(installs)" \
-    "noninteractive install -y --no-install-recommends make libgtest-dev python3 binutils"
+    "noninteractive install -y --no-install-recommends make libgtest-dev python3 python3-dev python3-venv binutils mandoc pkg-config"
 
 fresh_machine 0 clang-format clang-tidy shellcheck
 setup dev

@@ -1,0 +1,37 @@
+# debian_files.cmake: run by cpack between installing and packing: what Debian wants otherwise than `cmake --install`
+# leaves it. Compressed manuals, zsh's folder for packages, a copyright file in every package.
+find_program(GZIP gzip REQUIRED)
+
+function(compress_manuals root)
+  file(GLOB_RECURSE pages ${root}/usr/share/man/*)
+  foreach(page IN LISTS pages)
+    if(IS_SYMLINK ${page})
+      file(READ_SYMLINK ${page} target)
+      file(CREATE_LINK ${target}.gz ${page}.gz SYMBOLIC)
+      file(REMOVE ${page})
+    else()
+      execute_process(COMMAND ${GZIP} -9n ${page} COMMAND_ERROR_IS_FATAL ANY)
+    endif()
+  endforeach()
+endfunction()
+
+function(move_zsh_completion root)
+  if(EXISTS ${root}/usr/${CPACK_ORKAN_ZSH_DIR})
+    cmake_path(GET CPACK_ORKAN_ZSH_DIR PARENT_PATH parent)
+    file(RENAME ${root}/usr/${CPACK_ORKAN_ZSH_DIR} ${root}/usr/${parent}/vendor-completions)
+  endif()
+endfunction()
+
+function(add_copyright root package)
+  file(REMOVE_RECURSE ${root}/usr/share/doc)
+  file(MAKE_DIRECTORY ${root}/usr/share/doc/${package})
+  file(COPY_FILE ${CPACK_RESOURCE_FILE_LICENSE} ${root}/usr/share/doc/${package}/copyright)
+endfunction()
+
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} upper)
+  set(root ${CPACK_TEMPORARY_DIRECTORY}/${component})
+  compress_manuals(${root})
+  move_zsh_completion(${root})
+  add_copyright(${root} ${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+endforeach()
