@@ -1,137 +1,164 @@
 #!/usr/bin/env python3
 """Makes benchmark data: the same bytes for the same arguments on every machine.
 
-usage: generate.py SHAPE RECORDS FILE [--seed N]
+usage: generate.py SHAPE RECORDS FILE [--order random|sorted|reversed] [--seed N]
 
-  fixed       100-byte records ending in a newline; bytes 0 to 9 are a random printable key
-  duplicates  the same, but with 1,000 different keys
-  lines       lines of 0 to a few hundred bytes, 64 on average, random from the first byte
-  prefixed    lines of 5 to 120 bytes, most of them beginning like thousands of others
-  numbers     lines that begin with a signed number padded to 12 bytes
-  csv         a header and rows of eight columns, a quarter of the fields quoted: number, name, text key, remark with
-              commas, quotes and line ends, amount, city, flag, comment
-  plain_csv   the same rows without quotes, commas and line ends in their fields
+  fixed              100-byte records ending in a newline; bytes 0 to 9 are a random printable key
+  fixed_duplicates   the same, each key 50 times on average
+  small              16-byte records of printable bytes, ending in a newline
+  small_numbers      the same, but they begin with a signed number padded to 12 bytes
+  lines              lines of 5 to 110 bytes, 65 on average, most of them beginning like thousands of others
+  line_duplicates    the same, each line 50 times on average
+  numbers            lines with a signed number padded to 12 bytes from byte 8
+  csv                rows of eight columns, a quarter of the fields quoted: number, name, text key, remark with commas,
+                     quotes and line ends, amount, city, flag, comment; no header
 
-Random bytes are drawn in blocks and mapped onto 64 characters, so no byte is touched by the interpreter one by one:
-100 MB of fixed records take about a second.
+Records are ordered by all their bytes, rows by their text key. Random bytes are drawn in blocks and mapped onto 64
+characters, so no byte is touched by the interpreter one by one: 500 MB of fixed records take about two seconds.
 """
 
 import argparse
 import itertools
 import random
 import string
+from collections.abc import Callable, Iterator
 
 ALPHABET = (string.ascii_letters + string.digits + "+-").encode("ascii")
 PRINTABLE = bytes(ALPHABET[i % 64] for i in range(256))
-# Four of 256 values end a line: a line has 63 bytes before its newline on average.
-LINES = bytes(ord("\n") if i < 4 else ALPHABET[i % 64] for i in range(256))
-RECORD = 100
+RECORD, SMALL = 100, 16
 BLOCK = 50_000  # records
+COPIES = 50
+
+Dice = random.Random
+Blocks = Iterator[bytes]
 
 
-def blocks(records):
+def block_sizes(records: int) -> list[int]:
     return [BLOCK] * (records // BLOCK) + ([records % BLOCK] if records % BLOCK else [])
 
 
-def fixed(dice, records):
-    for count in blocks(records):
-        data = bytearray(dice.randbytes(count * RECORD).translate(PRINTABLE))
-        data[RECORD - 1 :: RECORD] = b"\n" * count
+def printable(dice: Dice, count: int) -> bytes:
+    return dice.randbytes(count).translate(PRINTABLE)
+
+
+def whole_numbers(dice: Dice, count: int, code: str = "i") -> memoryview:
+    return memoryview(dice.randbytes(4 * count)).cast(code)
+
+
+def records_of(dice: Dice, records: int, size: int) -> Iterator[bytearray]:
+    for count in block_sizes(records):
+        data = bytearray(printable(dice, count * size))
+        data[size - 1 :: size] = b"\n" * count
         yield data
 
 
-def duplicates(dice, records):
-    keys = [dice.randbytes(10).translate(PRINTABLE) for _ in range(1000)]
-    for block in fixed(dice, records):
+def fixed(dice: Dice, records: int) -> Blocks:
+    return records_of(dice, records, RECORD)
+
+
+def fixed_duplicates(dice: Dice, records: int) -> Blocks:
+    keys = [printable(dice, 10) for _ in range(max(1, records // COPIES))]
+    for block in records_of(dice, records, RECORD):
         count = len(block) // RECORD
-        chosen = b"".join(keys[n % 1000] for n in memoryview(dice.randbytes(4 * count)).cast("I"))
+        chosen = b"".join(keys[n % len(keys)] for n in whole_numbers(dice, count, "I"))
         for i in range(10):
             block[i::RECORD] = chosen[i::10]
         yield block
 
 
-def lines(dice, records):
-    while records > 0:
-        block = dice.randbytes(BLOCK * 64).translate(LINES)
-        count = block.count(b"\n")
-        if count >= records:
-            yield b"".join(itertools.islice(block.splitlines(keepends=True), records))
-            return
-        yield block[: block.rfind(b"\n") + 1]
-        records -= count
+def small(dice: Dice, records: int) -> Blocks:
+    return records_of(dice, records, SMALL)
+
+
+def small_numbers(dice: Dice, records: int) -> Blocks:
+    row = b"%12d " + printable(dice, SMALL - 14) + b"\n"
+    for count in block_sizes(records):
+        yield b"".join(row % value for value in whole_numbers(dice, count))
 
 
 PREFIXES = [b"/var/lib/service/%02d/archive/2026/" % n + b"segment/" * (n % 8) for n in range(64)]
 
 
-def prefixed(dice, records):
-    for count in blocks(records):
-        text = dice.randbytes(24 * count).translate(PRINTABLE)
+def lines(dice: Dice, records: int) -> Blocks:
+    for count in block_sizes(records):
+        text = printable(dice, 24 * count)
         chosen = dice.randbytes(2 * count)
         rows = []
         for i in range(count):
-            row = text[24 * i : 24 * i + 4 + chosen[2 * i + 1] % 21]
+            row = text[24 * i : 24 * i + 4 + chosen[2 * i + 1] % 15]
             rows.append(row if chosen[2 * i] < 32 else PREFIXES[chosen[2 * i] % 64] + row)
         yield b"\n".join(rows) + b"\n"
 
 
-def numbers(dice, records):
-    for count in blocks(records):
-        text = dice.randbytes(20 * count).translate(PRINTABLE)
-        values = memoryview(dice.randbytes(4 * count)).cast("i")
-        yield b"".join(b"%12d %b\n" % (value, text[20 * i : 20 * i + 20]) for i, value in enumerate(values))
+def line_duplicates(dice: Dice, records: int) -> Blocks:
+    distinct = list(itertools.chain.from_iterable(b.splitlines(True) for b in lines(dice, max(1, records // COPIES))))
+    for count in block_sizes(records):
+        yield b"".join(distinct[n % len(distinct)] for n in whole_numbers(dice, count, "I"))
+
+
+def numbers(dice: Dice, records: int) -> Blocks:
+    for count in block_sizes(records):
+        text = printable(dice, 28 * count)
+        yield b"".join(
+            b"%b%12d %b\n" % (text[28 * i : 28 * i + 8], value, text[28 * i + 8 : 28 * i + 28])
+            for i, value in enumerate(whole_numbers(dice, count))
+        )
 
 
 CITIES = [b"Nantes", b"Lagos", b"Kyoto", b"Cork", b"Quito", b"Turku", b"Hobart", b"Fes"]
-QUOTED = [b'"with, comma"', b'"two\nlines"', b'"so ""quoted"""', b'"a, b\n""c"""']
-UNQUOTED = [b"with comma", b"two lines", b"so quoted", b"a b c"]
+REMARKS = [b'"with, comma"', b'"two\nlines"', b'"so ""quoted"""', b'"a, b\n""c"""']
+ROW = b'%d,%b,%b,%b,%d,%b,%d,"%b"\n'
+LAST_OF_ROW = b'"\n'  # no remark has these two in sequence
 
 
-def table(dice, records, remarks, quote):
-    yield b"id,name,key,remark,amount,city,flag,comment\n"
-    number = 0
-    for count in blocks(records):
-        text = dice.randbytes(48 * count).translate(PRINTABLE)
-        amounts = memoryview(dice.randbytes(4 * count)).cast("I")
+def csv(dice: Dice, records: int) -> Blocks:
+    first = 0
+    for count in block_sizes(records):
+        text = printable(dice, 67 * count)
         rows = []
-        for i, amount in enumerate(amounts):
-            name, key, comment = text[48 * i : 48 * i + 14], text[48 * i + 14 : 48 * i + 32], text[48 * i + 32 : 48 * i + 48]
-            rows.append(
-                b"%d,%b,%b,%b,%d,%b,%d,%b%b%b\n"
-                % (number, name, key, remarks[amount % 4], amount - 2**31, CITIES[amount % 8], amount % 2, quote, comment, quote)
-            )
-            number += 1
+        for i, amount in enumerate(whole_numbers(dice, count, "I")):
+            at = 67 * i
+            name, key, comment = text[at : at + 14], text[at + 14 : at + 32], text[at + 32 : at + 67]
+            remark, city = REMARKS[amount % 4], CITIES[amount // 4 % 8]
+            rows.append(ROW % (first + i, name, key, remark, amount - 2**31, city, amount % 2, comment))
         yield b"".join(rows)
+        first += count
 
 
-def csv(dice, records):
-    return table(dice, records, QUOTED, b'"')
-
-
-def plain_csv(dice, records):
-    return table(dice, records, UNQUOTED, b"")
-
-
-SHAPES = {
+SHAPES: dict[str, Callable[[Dice, int], Blocks]] = {
     "fixed": fixed,
-    "duplicates": duplicates,
+    "fixed_duplicates": fixed_duplicates,
+    "small": small,
+    "small_numbers": small_numbers,
     "lines": lines,
-    "prefixed": prefixed,
+    "line_duplicates": line_duplicates,
     "numbers": numbers,
     "csv": csv,
-    "plain_csv": plain_csv,
 }
 
 
-def main():
+def in_order(blocks: Blocks, shape: str, reverse: bool) -> Blocks:
+    """The records of all blocks, sorted."""
+    end = LAST_OF_ROW if shape == "csv" else b"\n"
+    records = [record for block in blocks for record in bytes(block).split(end)[:-1]]
+    records.sort(key=(lambda row: row.split(b",", 3)[2]) if shape == "csv" else None, reverse=reverse)
+    for first in range(0, len(records), BLOCK):
+        yield end.join(records[first : first + BLOCK]) + end
+
+
+def main() -> None:
     parser = argparse.ArgumentParser(description="Makes benchmark data.")
     parser.add_argument("shape", choices=SHAPES)
     parser.add_argument("records", type=int)
     parser.add_argument("file")
+    parser.add_argument("--order", choices=("random", "sorted", "reversed"), default="random")
     parser.add_argument("--seed", type=int, default=1)
     arguments = parser.parse_args()
+    blocks = SHAPES[arguments.shape](random.Random(arguments.seed), arguments.records)
+    if arguments.order != "random":
+        blocks = in_order(blocks, arguments.shape, arguments.order == "reversed")
     with open(arguments.file, "wb") as file:
-        for block in SHAPES[arguments.shape](random.Random(arguments.seed), arguments.records):
+        for block in blocks:
             file.write(block)
 
 
