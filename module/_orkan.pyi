@@ -1,0 +1,2 @@
+def orkan(arguments: list[str], /) -> int:
+    """Run orkan with argument list"""
