@@ -6,6 +6,8 @@ such a header is refused here, for the sort would tear it apart.
 
 from __future__ import annotations
 
+import os
+
 from ._errors import system_errors
 
 # The library looks no further for the header's end.
@@ -22,6 +24,8 @@ def header_length(path: str, newline: bytes) -> int:
 
 
 def _header_line(path: str, newline: bytes) -> tuple[bytes, bool]:
+    if os.path.exists(path) and not os.path.isfile(path):
+        raise ValueError(f"header: {path!r} is no regular file, and reading its header would take it away")
     with system_errors(), open(path, "rb") as file:
         line, found, _ = file.read(SEARCH_LIMIT).partition(newline)
     if line.count(QUOTE) % 2 != 0:

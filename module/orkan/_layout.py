@@ -29,9 +29,10 @@ class Layout:
     header: bool
     reverse: bool
     empty_last: bool
+    complete: bool
 
     def __post_init__(self) -> None:
-        for name in ("csv", "header", "reverse", "empty_last"):
+        for name in ("csv", "header", "reverse", "empty_last", "complete"):
             checked_flag(name, getattr(self, name))
         object.__setattr__(self, "keys", as_keys(self.keys))
         self._check_format()
@@ -84,7 +85,7 @@ class Layout:
         if self.header:
             headers = [Header(path, self.delimiter.encode(), self.newline.encode()) for path in inputs]
             numbered = [_with_number(key, headers) for key in numbered]
-        if self.csv and len({key.column for key in numbered}) < len(numbered):
+        if not self.complete and self.csv and len({key.column for key in numbered}) < len(numbered):
             raise ValueError("keys: two keys on one column")
         return numbered
 

@@ -21,7 +21,7 @@ from ._files import (
 from ._header import header_length
 from ._key import Key, checked_flag, checked_number
 from ._layout import Layout
-from ._run import run, temporary_folder
+from ._run import How, run, temporary_folder
 from ._texts import Path
 
 KeyLike = Key | int | str | tuple[int, int]
@@ -52,6 +52,7 @@ def sort(
     memory: int | str | None = None,
     temp_dir: Path | None = None,
     errors: Path | None = None,
+    complete: bool = True,
     in_process: bool = False,
 ) -> bytes | None:
     """Sorts the records of the inputs, taken together, into the output; without one, returns them as bytes.
@@ -69,7 +70,9 @@ def sort(
     merge: the inputs are sorted already and only merged.
     memory: bytes, or a text as "64M" or "65536K", from 16M to 2047M. Without it, what the data take.
     temp_dir: where the run makes its folder for temporary files; else tempfile.gettempdir().
-    errors: a file for the records that are too short to hold every key; else they are dropped.
+    errors: a file for the records that are too short to hold every key; else they are an error.
+    complete: every record reaches the output or the errors file, or the sort fails. With complete=False the rules of
+        the command without ORKAN_COMPLETE=1 hold, of which some lose records.
     in_process: run in this process, not in a child. No thread runs and no Ctrl-C works until the sort ends.
 
     Raises SortError when the sort fails; ValueError or TypeError, before anything is written, for arguments that make
@@ -84,15 +87,16 @@ def sort(
         header=header,
         reverse=reverse,
         empty_last=empty_last,
+        complete=complete,
     )
     switches = _switches(stable=stable, unique=unique, merge=merge)
-    if merge and header:
-        raise ValueError("merge: a merge takes a header for a record")
-    checked_flag("in_process", in_process)
+    if merge and header and not complete:
+        raise ValueError("merge: without complete=True a merge takes a header for a record")
+    how = How(complete=complete, in_process=checked_flag("in_process", in_process))
     sources = input_paths(inputs)
     target = output_path(output, sources, merge)
     rejected = errors_path(errors, sources, target)
-    if not merge and record_length is None:
+    if not complete and not merge and record_length is None:
         check_ends(sources, newline)
     arguments = [*switches, *_memory_argument(memory), *layout.arguments(sources)]
     with temporary_folder(temp_dir) as folder:
@@ -100,12 +104,12 @@ def sort(
             make_errors_file(rejected)
             arguments += ["-E", rejected]
         if target is None:
-            return run(arguments, sources, None, folder, in_process)
+            return run(arguments, sources, None, folder, how)
         if is_among(target, sources):
             with in_place_of(target) as new:
-                run(arguments, sources, new, folder, in_process)
+                run(arguments, sources, new, folder, how)
         else:
-            run(arguments, sources, target, folder, in_process)
+            run(arguments, sources, target, folder, how)
     return None
 
 
@@ -121,6 +125,7 @@ def is_sorted(
     reverse: bool = False,
     empty_last: bool = False,
     temp_dir: Path | None = None,
+    complete: bool = True,
     in_process: bool = False,
 ) -> bool:
     """Whether every input by itself is in the order that `sort` gives records; equal ones may follow in any order.
@@ -138,13 +143,14 @@ def is_sorted(
         header=header,
         reverse=reverse,
         empty_last=empty_last,
+        complete=complete,
     )
-    checked_flag("in_process", in_process)
+    how = How(complete=complete, in_process=checked_flag("in_process", in_process))
     sources = input_paths(inputs)
     arguments = ["-S", *layout.arguments(sources)]
     for path in sources:
         with temporary_folder(temp_dir) as folder:
-            if not _one_is_sorted(path, layout, arguments, folder, in_process):
+            if not _one_is_sorted(path, layout, arguments, folder, how):
                 return False
     return True
 
@@ -165,7 +171,7 @@ def _memory_argument(memory: int | str | None) -> list[str]:
     return ["-W", str(checked_number("memory", size, LEAST_MEMORY, MOST_MEMORY))]
 
 
-def _one_is_sorted(path: str, layout: Layout, arguments: list[str], folder: str, in_process: bool) -> bool:
+def _one_is_sorted(path: str, layout: Layout, arguments: list[str], folder: str, how: How) -> bool:
     with system_errors():
         size = os.path.getsize(path)
     newline = layout.newline.encode()
@@ -173,7 +179,7 @@ def _one_is_sorted(path: str, layout: Layout, arguments: list[str], folder: str,
         return True
     output, short = os.path.join(folder, "sorted"), os.path.join(folder, "short")
     make_errors_file(short)
-    run([*arguments, "-E", short], [path], output, folder, in_process)
+    run([*arguments, "-E", short], [path], output, folder, how)
     if os.path.getsize(short) > 0:
         raise ValueError(f"inputs: records of {path!r} are too short to hold every key")
     return _same_records(path, output, b"" if layout.record_length is not None else newline)

@@ -1,5 +1,6 @@
 #include "kx_io/kx_error_file.h"
 
+#include "kx_io/kx_origin.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
@@ -20,6 +21,11 @@ bool is_in_use(const char *path) {
     return in_use;
 }
 
+int refuse(kx_i64 offset) {
+    const FileInfo *input = kx_input_at(offset);
+    return input != nullptr ? kx_fail(msg::kRecordLacksKey, input->path) : kx_fail(msg::kInputLacksKey);
+}
+
 } // namespace
 
 kx_error_file_state kx_error_file_open() {
@@ -33,7 +39,10 @@ kx_error_file_state kx_error_file_open() {
                                                            : kx_error_file_state::no_buffer;
 }
 
-int kx_error_file_write(Bytes record) {
+int kx_error_file_write(Bytes record, kx_i64 offset) {
+    if (argsInfo.errFile.path == nullptr && keeps_every_record()) {
+        return refuse(offset);
+    }
     const bool written = !errFile.open || kx_stream_write(errFile, record.ptr, record.len);
     return written ? 0 : kx_fail(msg::kWriteErrorFile, argsInfo.errFile.path);
 }

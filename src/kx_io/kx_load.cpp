@@ -56,12 +56,19 @@ int load_with_header(char *buf, kx_i64 &loaded, const FileInfo &file) {
     return status != 0 ? 1 : read_into(buf, loaded, file.size - head, file, msg::kReadInputFile);
 }
 
+/// In complete mode: the input less its header line.
+int load_behind_line(char *buf, kx_i64 &loaded, const FileInfo &file) {
+    kx_i64 length = 0;
+    const int status = kx_take_header(inFile, length);
+    return status != 0 ? 1 : read_into(buf, loaded, file.size - length, file, msg::kReadInputFile);
+}
+
 int load_opened(char *buf, kx_i64 &loaded, const FileInfo &file) {
     if (!kx_stream_set_buffer(inFile, 0)) {
         return kx_fail(msg::kInputBuffer);
     }
     if (argsInfo.bCsv != 0 && argsInfo.bHeader != 0) {
-        return load_with_header(buf, loaded, file);
+        return keeps_every_record() ? load_behind_line(buf, loaded, file) : load_with_header(buf, loaded, file);
     }
     // Kept: a short read of a whole file is reported in Japanese everywhere.
     return read_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
@@ -79,19 +86,45 @@ int load(char *buf, kx_i64 &loaded, const FileInfo &file) {
     return status;
 }
 
+/// Data of newline-ended formats, from buf + first on, that do not end with the newline code get one.
+void end_with_newline_code(char *buf, kx_i64 first, kx_i64 &loaded) {
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    if (argsInfo.bFixVar == kVariable && !ends_with({buf + first, loaded - first}, sep)) {
+        std::memcpy(buf + loaded, sep.ptr, to_size(sep.len));
+        loaded += sep.len;
+    }
+}
+
+/// In complete mode each input ends with the newline code, and an empty one is no record.
+void end_input(FileInfo &file, char *buf, kx_i64 first, kx_i64 &loaded) {
+    if (loaded > first) {
+        end_with_newline_code(buf, first, loaded);
+    }
+    file.end = loaded;
+}
+
 } // namespace
+
+kx_i64 kx_load_room() {
+    const kx_i64 codes = keeps_every_record() ? argsInfo.inFileNums : 1;
+    return add_saturating(argsInfo.totalFileSize, multiply_saturating(codes, argsInfo.sep_len));
+}
 
 int kx_inputFile(char *buf) {
     kx_i64 loaded = 0;
     for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
+        const kx_i64 first = loaded;
         if (load(buf, loaded, argsInfo.arrInFile[i]) != 0) {
             return 1;
         }
+        if (keeps_every_record()) {
+            end_input(argsInfo.arrInFile[i], buf, first, loaded);
+        }
     }
-    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
-    if (argsInfo.bFixVar == kVariable && !ends_with({buf, loaded}, sep)) {
-        std::memcpy(buf + loaded, sep.ptr, to_size(sep.len));
-        loaded += sep.len;
+    if (keeps_every_record()) {
+        dataOrigin = {argsInfo.arrInFile, argsInfo.inFileNums, 0};
+    } else {
+        end_with_newline_code(buf, 0, loaded);
     }
     argsInfo.totalFileSize = loaded;
     return 0;

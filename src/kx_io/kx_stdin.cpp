@@ -1,11 +1,11 @@
-// kx_stdin.cpp: standard input in chunks of one capacity.
+// kx_stdin.cpp: standard input, or in complete mode what kx_source.h makes of the inputs, in chunks of one capacity.
 //
 //   buffer   | carried | got ...                      | one byte ahead, or room for a newline code |
 //            |<-------------- capacity -------------->|
 //
 // Only the byte behind the first chunk tells whether that is all. A record cut by a chunk's end is carried to the front
-// of the buffer. By design the first line is data, -H or not, and of fixed-length records a fragment at the end is
-// dropped where chunks went to the temporary file.
+// of the buffer. By design, but not in complete mode, the first line is data, -H or not, and of fixed-length records a
+// fragment at the end is dropped where chunks went to the temporary file.
 #include "kx_io/kx_stdin.h"
 
 #include <algorithm>
@@ -13,6 +13,7 @@
 #include <cstring>
 #include <utility>
 
+#include "kx_io/kx_source.h"
 #include "kx_io/kx_temporary_file.h"
 #include "kx_io/kx_writers.h"
 #include "kx_memory/kx_memory.h"
@@ -20,9 +21,11 @@
 #include "kx_sort/kx_budget.h"
 #include "kx_sort/kx_choose.h"
 #include "kx_sort/kx_formats.h"
+#include "kx_sort/kx_index_scan.h"
 #include "kx_sort/kx_inmemory.h"
 #include "kx_utils/kx_messages.h"
 #include "kx_utils/kx_progress.h"
+#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
@@ -75,8 +78,15 @@ class Chunks {
     void close() { kx_qfree(memPool, buf_); }
 
     /// Reads the first chunk and the byte behind it. False with a message.
-    bool read_first(kx_stream &in) {
-        if (!read_up_to(capacity_ + 1, in)) {
+    bool read_first(kx_source &in) {
+        const kx_i64 wanted = capacity_ + 1;
+        if (!read_up_to(std::min(wanted, kWorthHugePages), in)) {
+            return false;
+        }
+        if (!ended_) {
+            kx_prefer_huge_pages(memPool, argsInfo.totalMemSize);
+        }
+        if (!ended_ && !read_up_to(wanted, in)) {
             return false;
         }
         ahead_ = ended_ ? 0 : 1;
@@ -89,7 +99,7 @@ class Chunks {
     }
 
     /// Reads behind the carried bytes until the buffer is full or the input ends. False with a message.
-    bool read(kx_stream &in) { return read_up_to(capacity_, in); }
+    bool read(kx_source &in) { return read_up_to(capacity_, in); }
 
     /// The input has ended inside the buffer.
     [[nodiscard]] bool ended() const { return ended_; }
@@ -105,23 +115,31 @@ class Chunks {
 
     /// Keeps what follows the first `taken` bytes. False with a message when that leaves no room to read on.
     bool carry(kx_i64 taken) {
+        dataOrigin.gone += taken;
         held_ += std::exchange(ahead_, 0) - taken;
         std::memmove(buf_, buf_ + taken, to_size(held_));
-        return held_ < capacity_ || grow();
+        return held_ < capacity_ || (within_limit() && grow());
     }
 
   private:
     [[nodiscard]] kx_i64 room_behind() const { return std::max<kx_i64>(sep_.len, 1); }
 
-    bool read_up_to(kx_i64 wanted, kx_stream &in) {
-        const kx_i64 got = kx_stream_read(in, buf_ + held_, wanted - held_);
+    bool read_up_to(kx_i64 wanted, kx_source &in) {
+        const kx_i64 got = in.read(buf_ + held_, wanted - held_);
         if (got < 0) {
-            kx_say(msg::kReadStandardInput);
             return false;
         }
         held_ += got;
         ended_ = held_ < wanted;
         return true;
+    }
+
+    [[nodiscard]] bool within_limit() const {
+        const bool within = capacity_ < kLongestRecord || !keeps_every_record();
+        if (!within) {
+            kx_say(msg::kInvalidRecordLength);
+        }
+        return within;
     }
 
     bool grow() {
@@ -146,7 +164,7 @@ class Chunks {
 /// Sorts the chunk into a block, if it holds records, and carries the rest. 0, or 1 with a message.
 int add_chunk(Chunks &chunks, kx_i64 &position) {
     const bool fixed = kx_record_format() == kx_format::fixed;
-    kx_list *list = kx_build_index(chunks.buffer(), chunks.held());
+    kx_list *list = kx_build_index(chunks.buffer(), chunks.held(), chunks.ended());
     if (list == nullptr) {
         return 1;
     }
@@ -165,7 +183,7 @@ int add_chunk(Chunks &chunks, kx_i64 &position) {
 
 /// The first chunk and all later ones to the temporary file. What is left when the input ends at a chunk's end is a
 /// record without its newline code. 0, or 1 with a message.
-int add_chunks(Chunks &chunks, kx_stream &in) {
+int add_chunks(Chunks &chunks, kx_source &in) {
     kx_i64 position = 0;
     for (;;) {
         if (chunks.ended()) {
@@ -197,7 +215,7 @@ int sort_in_memory(Chunks &chunks) {
     return sort(chunks.buffer(), chunks.held());
 }
 
-int split_chunks(Chunks &chunks, kx_stream &in) {
+int split_chunks(Chunks &chunks, kx_source &in) {
     kx_trace(msg::kInputSplitStarted, kx_GetTimeInfo());
     start = kx_clock();
     if (create_temporary_file() != 0) {
@@ -221,6 +239,9 @@ int split_chunks(Chunks &chunks, kx_stream &in) {
 
 /// Into the output, which is closed. 0, or 1 with a message.
 int merge_to_output() {
+    if (!kx_write_csv_header(outFile)) {
+        return kx_output_failed();
+    }
     if (kx_merge_all_blocks(tmpFile, outFile) != 0) {
         return kx_fail(msg::kMergeBlocksFailed);
     }
@@ -255,23 +276,28 @@ int merge_chunks() {
     std::exit(0);
 }
 
-} // namespace
-
-int kx_stdin() {
-    kx_stream in{};
-    kx_stream_standard_input(in);
+int sort(kx_source &in) {
     Chunks chunks;
     kx_progress_begin(orkan_progress_reading, 1, 2, 0, kx_progress_counts::reads);
     if (!chunks.open() || !chunks.read_first(in)) {
         return 1;
     }
-    if (chunks.held() == 0) {
+    if (chunks.held() == 0 && !keeps_every_record()) {
         end_without_data();
     }
     if (chunks.ended()) {
         return sort_in_memory(chunks);
     }
     return split_chunks(chunks, in) != 0 ? 1 : merge_chunks();
+}
+
+} // namespace
+
+int kx_stdin() {
+    kx_source in;
+    const int status = in.open() != 0 ? 1 : sort(in);
+    in.close();
+    return status;
 }
 
 } // namespace orkan

@@ -3,40 +3,39 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kx_io/kx_temporary_hook.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_status.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
 
 namespace {
 
-using Status = struct stat;
-
 constexpr mode_t kOwnerOnly = 0600;
 // Nobody has to wait for the other end of a FIFO.
 constexpr int kWriting = O_WRONLY | O_CLOEXEC | O_NONBLOCK;
 constexpr int kReading = O_RDONLY | O_CLOEXEC | O_NONBLOCK;
 
-bool same_file(const Status &a, const Status &b) { return a.st_dev == b.st_dev && a.st_ino == b.st_ino; }
-
-bool is_ours(const Status &status) {
+bool is_ours(const kx_status &status) {
     return S_ISREG(status.st_mode) && status.st_nlink == 1 && status.st_uid == geteuid();
 }
 
 /// The path leads to the open file.
 bool leads_to(const char *path, int fd) {
-    Status by_path{}, by_fd{};
-    return stat(path, &by_path) == 0 && fstat(fd, &by_fd) == 0 && same_file(by_path, by_fd);
+    kx_status by_path{}, by_fd{};
+    return kx_status_of(path, by_path) && kx_status_of(fd, by_fd) && kx_same_file(by_path, by_fd);
 }
 
 /// Where the file system knows no locks, there is none.
-bool lock(int fd) { return flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
+bool lock(int fd) { return kx_fault(kx_site::lock) || flock(fd, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK; }
+
+bool set_empty(int fd) { return !kx_fault(kx_site::truncate) && ftruncate(fd, 0) == 0; }
+bool set_mode(int fd) { return !kx_fault(kx_site::mode) && fchmod(fd, kOwnerOnly) == 0; }
 
 int refuse(int fd) {
     ::close(fd);
@@ -46,13 +45,13 @@ int refuse(int fd) {
 
 /// Locks and empties a file that existed before; -1, closed, when a live run has it or the path leads elsewhere now.
 int take_over(int fd, const char *path) {
-    Status status{};
-    const bool taken = fstat(fd, &status) == 0 && lock(fd) && leads_to(path, fd) &&
-                       (!S_ISREG(status.st_mode) || ftruncate(fd, 0) == 0);
+    kx_status status{};
+    const bool taken =
+        kx_status_of(fd, status) && lock(fd) && leads_to(path, fd) && (!S_ISREG(status.st_mode) || set_empty(fd));
     return taken ? fd : refuse(fd);
 }
 
-int follow_link(const char *path, const Status &link) {
+int follow_link(const char *path, const kx_status &link) {
     if (link.st_uid != geteuid()) {
         errno = EACCES;
         return -1;
@@ -61,18 +60,18 @@ int follow_link(const char *path, const Status &link) {
     return fd < 0 ? -1 : take_over(fd, path);
 }
 
-int overwrite_leftover(const char *path, const Status &leftover) {
+int overwrite_leftover(const char *path, const kx_status &leftover) {
     if (!is_ours(leftover)) {
         errno = EEXIST;
         return -1;
     }
     int fd = ::open(path, kWriting | O_NOFOLLOW);
-    Status opened{};
-    if (fd >= 0 && (fstat(fd, &opened) != 0 || !is_ours(opened))) {
+    kx_status opened{};
+    if (fd >= 0 && (!kx_status_of(fd, opened) || !is_ours(opened))) {
         return refuse(fd);
     }
     fd = fd < 0 ? -1 : take_over(fd, path);
-    return fd < 0 || fchmod(fd, kOwnerOnly) == 0 ? fd : refuse(fd);
+    return fd < 0 || set_mode(fd) ? fd : refuse(fd);
 }
 
 int open_for_writing(const char *path) {
@@ -84,8 +83,8 @@ int open_for_writing(const char *path) {
     if (fd >= 0) {
         return lock(fd) ? fd : (::close(fd), -1);
     }
-    Status there{};
-    if (errno != EEXIST || lstat(path, &there) != 0) {
+    kx_status there{};
+    if (errno != EEXIST || !kx_status_of_link(path, there)) {
         return -1;
     }
     return S_ISLNK(there.st_mode) ? follow_link(path, there) : overwrite_leftover(path, there);
@@ -118,15 +117,16 @@ class kx_temporary_change {
 
 /// Keeps the lock beyond the stream's own descriptor, and what the file is known by.
 bool remember(int fd) {
-    Status status{};
-    if (fstat(fd, &status) != 0) {
+    kx_status status{};
+    if (!kx_status_of(fd, status)) {
         return false;
     }
-    temporaryFile = {fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1), status.st_dev, status.st_ino, true};
+    const int lock = kx_fault(kx_site::duplicate) ? -1 : fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    temporaryFile = {lock, status.st_dev, status.st_ino, true};
     return true;
 }
 
-bool is_remembered(const Status &status) {
+bool is_remembered(const kx_status &status) {
     return temporaryFile.exists && status.st_dev == temporaryFile.device && status.st_ino == temporaryFile.inode;
 }
 
@@ -135,16 +135,17 @@ bool is_remembered(const Status &status) {
 bool kx_temporary_file_create(kx_stream &s, const char *path) {
     kx_temporary_file_forget();
     kx_temporary_change change;
+    s = kx_stream{};
     const int fd = open_for_writing(path);
-    if (fd < 0 || !kx_stream_adopt(s, fd)) {
-        s = kx_stream{};
+    if (fd < 0) {
+        return false;
+    }
+    if (!kx_stream_adopt(s, fd) || !remember(s.fd)) {
+        kx_stream_clear(s);
+        kx_unlink(path);
         return false;
     }
     fcntl(s.fd, F_SETFL, O_WRONLY); // no O_NONBLOCK any more
-    if (!remember(s.fd)) {
-        kx_stream_clear(s);
-        return false;
-    }
     change.exists(path);
     return true;
 }
@@ -154,14 +155,18 @@ int kx_create_temporary_file() {
     if (!kx_folder_usable(file.dir)) {
         return kx_fail(msg::kTemporaryFolder, file.dir);
     }
-    return kx_temporary_file_create(tmpFile, file.path) ? 0 : kx_fail(msg::kCreateTemporaryFile, file.path);
+    if (!kx_temporary_file_create(tmpFile, file.path)) {
+        return kx_fail(msg::kCreateTemporaryFile, file.path);
+    }
+    kx_stream_reserve_space(tmpFile, argsInfo.bUnique != 0 ? 0 : argsInfo.totalFileSize);
+    return 0;
 }
 
 bool kx_temporary_file_reopen(kx_stream &s, const char *path) {
     s = kx_stream{};
     const int fd = kx_fault(kx_site::open) ? -1 : ::open(path, kReading);
-    Status status{};
-    if (fd >= 0 && kx_stream_adopt(s, fd) && fstat(s.fd, &status) == 0 && is_remembered(status)) {
+    kx_status status{};
+    if (fd >= 0 && kx_stream_adopt(s, fd) && kx_status_of(s.fd, status) && is_remembered(status)) {
         return true;
     }
     kx_stream_clear(s);
@@ -169,9 +174,9 @@ bool kx_temporary_file_reopen(kx_stream &s, const char *path) {
 }
 
 bool kx_temporary_file_remove(const char *path) {
-    Status status{};
+    kx_status status{};
     kx_temporary_change change;
-    if (stat(path, &status) != 0 || !is_remembered(status) || !kx_unlink(path)) {
+    if (!kx_status_of(path, status) || !is_remembered(status) || !kx_unlink(path)) {
         return false;
     }
     temporaryFile.exists = false;

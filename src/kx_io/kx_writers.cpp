@@ -96,6 +96,27 @@ template <class Items> bool write_record(const Items &items, kx_stream &to, cons
     return kx_stream_write(to, record.ptr, record.len);
 }
 
+/// Writes records; those that lie one behind the other in memory, as in sorted input, in one piece and uncopied.
+class RecordRuns {
+  public:
+    explicit RecordRuns(kx_stream &to) : to_(to) {}
+
+    bool write(Bytes record) {
+        if (record.ptr == run_.ptr + run_.len) {
+            run_.len += record.len;
+            return true;
+        }
+        const bool written = finish();
+        run_ = record;
+        return written;
+    }
+    bool finish() { return kx_stream_write(to_, run_.ptr, run_.len); }
+
+  private:
+    kx_stream &to_;
+    Bytes run_{};
+};
+
 /// Standard output may stay unbuffered where memory is short; a file may not.
 int set_output_buffer() {
     if (!kx_stream_set_buffer(outFile, kOutputBufferSize) && !outFile.standard) {
@@ -105,10 +126,11 @@ int set_output_buffer() {
 }
 
 int write_list(const kx_list *list, kx_stream &to, kx_compare differs) {
-    const bool complete = kx_write_csv_header(to) && with_items([&](auto items) {
-                              return for_kept_items(items, list, differs,
-                                                    [&](const void *item) { return write_record(items, to, item); });
-                          });
+    RecordRuns runs(to);
+    const auto write_all = [&](auto items) {
+        return for_kept_items(items, list, differs, [&](const void *item) { return runs.write(items.record(item)); });
+    };
+    const bool complete = kx_write_csv_header(to) && with_items(write_all) && runs.finish();
     return complete ? 0 : kx_output_failed();
 }
 
@@ -116,7 +138,8 @@ int write_to_own_output(const kx_list *list, kx_compare differs) {
     if (set_output_buffer() != 0 || list == nullptr) {
         return 1;
     }
-    const bool nothing = differs != nullptr && kx_list_len(list) == 0; // Kept: then not even the header.
+    // Kept: then not even the header; in complete mode that is no exception.
+    const bool nothing = differs != nullptr && kx_list_len(list) == 0 && !keeps_every_record();
     if (!nothing && write_list(list, outFile, differs) != 0) {
         return 1;
     }
@@ -192,7 +215,11 @@ int kx_open_output(const kx_message<const char *> &cannot_create) {
     }
     const char *path = argsInfo.outFile.path;
     const bool is_error_file = errFile.open && kx_same_file(argsInfo.errFile.path, path); // opening it would empty that
-    return !is_error_file && kx_stream_open_write(outFile, path) ? 0 : kx_fail(cannot_create, path);
+    if (is_error_file || !kx_stream_open_write(outFile, path)) {
+        return kx_fail(cannot_create, path);
+    }
+    kx_stream_reserve_space(outFile, argsInfo.bUnique != 0 ? 0 : argsInfo.totalFileSize);
+    return 0;
 }
 
 int kx_close_output() { return kx_stream_close(outFile) ? 0 : kx_output_failed(); }

@@ -31,11 +31,11 @@ bool is_header_place(const kx_mem_pool *pool, const kx_mmu *block) {
 }
 
 /// As a number: behind a stale pointer the size may be anything.
-std::uintptr_t payload_end(const kx_mmu *block) {
+KX_MAY_READ_FREE_MEMORY std::uintptr_t payload_end(const kx_mmu *block) {
     return address(payload_of(block)) + static_cast<std::uintptr_t>(block->size);
 }
 
-bool follows_its_previous(const kx_mem_pool *pool, const kx_mmu *block) {
+KX_MAY_READ_FREE_MEMORY bool follows_its_previous(const kx_mem_pool *pool, const kx_mmu *block) {
     const kx_mmu *previous = block->prev;
     if (previous == pool->edge_mmu) {
         return block == pool->start && previous->next == block;
@@ -43,7 +43,7 @@ bool follows_its_previous(const kx_mem_pool *pool, const kx_mmu *block) {
     return is_header_place(pool, previous) && previous->next == block && payload_end(previous) == address(block);
 }
 
-bool precedes_its_next(const kx_mem_pool *pool, const kx_mmu *block) {
+KX_MAY_READ_FREE_MEMORY bool precedes_its_next(const kx_mem_pool *pool, const kx_mmu *block) {
     const kx_mmu *next = block->next;
     if (next == pool->edge_mmu) {
         return next->prev == block && payload_end(block) == address(pool->edge);
@@ -61,6 +61,7 @@ void *hand_out(kx_mem_pool *pool, kx_i64 entry, kx_i64 r, kx_i64 least_rest) {
         delete_entry(pool, entry); // handed out whole, larger than asked for
     }
     block->status = kMmuAllocated;
+    unpoison(payload_of(block), block->size);
     ++pool->num;
     KX_ASSERT(kx_pool_check(pool) == nullptr);
     return payload_of(block);
@@ -83,6 +84,7 @@ void release_front(kx_mem_pool *pool, kx_mmu *block) {
         return; // no slot for it: the block stays in use rather than free and unlisted
     }
     block->status = kMmuFree;
+    poison(payload_of(block), block->size);
     if (is_free(next)) {
         absorb(block, next);
     }
@@ -125,6 +127,7 @@ kx_mem_pool *lay_out(void *region, kx_i64 bytes, kx_i64 autoExtend, void **slots
     pool->autoExtend = autoExtend;
     ::new (static_cast<void *>(pool->start)) kx_mmu{sentinel, sentinel, kMmuFree, pool->size - kHeaderBytes};
     sentinel->prev = sentinel->next = pool->start;
+    poison(payload_of(pool->start), pool->start->size);
     slots[0] = pool->start;
     KX_ASSERT(kx_pool_check(pool) == nullptr);
     return pool;
@@ -175,7 +178,7 @@ void delete_entry(kx_mem_pool *pool, kx_i64 entry) {
     list_changed(pool);
 }
 
-kx_mmu *front_in_use(const kx_mem_pool *pool, void *p) {
+KX_MAY_READ_FREE_MEMORY kx_mmu *front_in_use(const kx_mem_pool *pool, void *p) {
     if (address(p) < address(pool->start) + kHeaderBytes || address(p) > address(pool->edge)) {
         return nullptr;
     }
@@ -187,20 +190,24 @@ kx_mmu *front_in_use(const kx_mem_pool *pool, void *p) {
 
 kx_mmu *split(kx_mmu *block, kx_i64 r) {
     KX_ASSERT(is_block_size(r) && block->size >= kHeaderBytes + r);
+    unpoison(payload_of(block) + r, kHeaderBytes);
     auto *rest = ::new (static_cast<void *>(payload_of(block) + r)) kx_mmu{};
     rest->status = kMmuFree;
     rest->size = block->size - kHeaderBytes - r;
     link_blocks(rest, block->next);
     link_blocks(block, rest);
     block->size = r;
+    poison(payload_of(rest), rest->size);
     return rest;
 }
 
 void absorb(kx_mmu *block, kx_mmu *right) {
     KX_ASSERT(block->next == right && payload_of(block) + block->size == reinterpret_cast<char *>(right));
     KX_ASSERT(is_free(right)); // and stays so: who still knows its payload cannot pass it for a block in use
-    block->size += kHeaderBytes + right->size;
+    const kx_i64 gained = kHeaderBytes + right->size;
+    block->size += gained;
     link_blocks(block, right->next);
+    is_free(block) ? poison(right, gained) : unpoison(right, gained);
 }
 
 } // namespace mmu
@@ -246,6 +253,7 @@ void kx_mem_pool_free(kx_mem_pool *pool) {
     }
     KX_ASSERT(kx_pool_check(pool) == nullptr);
     system_free_all(pool);
+    unpoison(pool->start, pool->end - reinterpret_cast<char *>(pool->start));
     void *slots = pool->listFree->tab;
     if (address(slots) < address(pool) || address(slots) >= address(pool->end)) {
         std::free(slots);

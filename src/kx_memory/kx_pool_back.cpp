@@ -43,6 +43,7 @@ kx_i64 *back_in_use(const kx_mem_pool *pool, const void *p) {
 
 void release_back(kx_mem_pool *pool, kx_i64 *word) {
     KX_ASSERT(!is_released(*word) && pool->qnum > 0);
+    poison(word + 1, *word - kWordBytes);
     *word |= 1;
     --pool->qnum;
     const kx_i64 popped = pop_released(pool);
@@ -52,6 +53,7 @@ void release_back(kx_mem_pool *pool, kx_i64 *word) {
     pool->lastarr_back = pool->edge < pool->end ? pool->edge + kWordBytes : nullptr;
     kx_mmu *tail = tail_of(pool);
     tail->size += popped;
+    is_free(tail) ? poison(pool->edge - popped, popped) : unpoison(pool->edge - popped, popped);
     if (is_free(tail)) {
         pool->tail_lag -= popped; // often 0 now: taken and given back without the list having seen it
         settle_tail(pool);
@@ -74,6 +76,7 @@ void *kx_qmalloc(kx_mem_pool *pool, kx_i64 n) {
         return kx_malloc(pool, n);
     }
     pool->edge -= bytes;
+    unpoison(pool->edge, bytes);
     *word_at(pool->edge) = bytes;
     tail->size -= bytes;
     pool->tail_lag += bytes;

@@ -3,6 +3,7 @@
 
 #include "kx_assert/kx_assert.h"
 #include "kx_memory/kx_memory.h"
+#include "kx_memory/kx_pool_poison.h"
 
 namespace orkan::mmu {
 

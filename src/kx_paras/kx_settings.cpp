@@ -3,14 +3,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sys/stat.h>
 #include <sys/sysmacros.h>
 
 #include "kx_paras/kx_paras.h"
-#include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_status.h"
 #include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
@@ -71,7 +70,7 @@ int derive_path_parts(FileInfo &file) {
 }
 
 /// What is empty by its size and yet has data, as many files of /proc.
-bool hides_its_size(const struct stat &status, const char *path) {
+bool hides_its_size(const kx_status &status, const char *path) {
     kx_stream file{};
     char probe = 0;
     const bool hides = S_ISREG(status.st_mode) && status.st_size == 0 && kx_stream_open_read(file, path) &&
@@ -80,9 +79,9 @@ bool hides_its_size(const struct stat &status, const char *path) {
     return hides;
 }
 
-/// A pipe or device has no size to rely on: its data would be lost. /dev/null is the exception, being empty; a folder
-/// fails when it is read.
-bool has_size(const struct stat &status) {
+/// A pipe or device has no size to rely on: its data would be lost, were it not for complete mode, which reads pipes to
+/// their end. /dev/null is the exception, being empty; a folder fails when it is read.
+bool has_size(const kx_status &status) {
     const dev_t null_device = makedev(1, 3);
     return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode) ||
            (S_ISCHR(status.st_mode) && status.st_rdev == null_device);
@@ -92,9 +91,13 @@ int measure_input(ArgsInfo *args, FileInfo &file, kx_i64 number) {
     if (derive_path_parts(file) != 0) {
         return 1;
     }
-    struct stat status {};
-    if (kx_fault(kx_site::stat) || stat(file.path, &status) != 0) {
+    kx_status status{};
+    if (!kx_status_of(file.path, status)) {
         return kx_fail_unflushed(msg::kStatInputFile, number, file.path);
+    }
+    if (S_ISFIFO(status.st_mode) && keeps_every_record()) {
+        ++args->pipeNums;
+        return 0;
     }
     if (!has_size(status) || hides_its_size(status, file.path)) {
         return kx_fail_unflushed(msg::kNoRegularInput, number, file.path);
@@ -116,6 +119,9 @@ int measure_inputs(ArgsInfo *args) {
         if (measure_input(args, args->arrInFile[i], i + 1) != 0) {
             return 1;
         }
+    }
+    if (args->pipeNums > 0) {
+        args->totalFileSize = args->totalRecNum = 0;
     }
     return 0;
 }

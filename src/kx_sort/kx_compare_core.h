@@ -43,9 +43,13 @@ inline int by_common_bytes(Bytes a, Bytes b) {
 
 inline bool same_bytes(Bytes a, Bytes b) { return a.len == b.len && by_common_bytes(a, b) == 0; }
 
-/// The number that starts where `key` does, of at most `limit` bytes; 0 for a key without a place.
+/// The number that starts where `key` does, of at most `limit` bytes; 0 for a key without a place. In complete mode the
+/// key's own bytes and no others.
 inline kx_i64 number_at(Bytes key, kx_i64 limit, const char *end) {
-    return key.ptr == nullptr ? 0 : atol2_within(key.ptr, limit, end);
+    if (key.ptr == nullptr) {
+        return 0;
+    }
+    return orders_alike() ? atol2_within(key.ptr, key.len, key.ptr + key.len) : atol2_within(key.ptr, limit, end);
 }
 
 // ---- Order by sort keys ------------------------------------------------------------------------------------------
@@ -53,6 +57,11 @@ inline kx_i64 number_at(Bytes key, kx_i64 limit, const char *end) {
 /// Under -N the emptiness of a field decides in both directions; two empty fields tie.
 inline bool emptiness_decides(Bytes a, Bytes b) { return argsInfo.bNullLastOut != 0 && (a.len == 0 || b.len == 0); }
 inline int empty_last(Bytes a, Bytes b) { return order_of(a.len == 0 ? 1 : 0, b.len == 0 ? 1 : 0); }
+
+/// Of equal numbers an empty column comes before a 0 where they are different keys.
+inline int empty_before_zero(Bytes a, Bytes b) {
+    return tells_empty_from_zero() ? order_of(a.len == 0 ? 0 : 1, b.len == 0 ? 0 : 1) : 0;
+}
 
 /// The shorter of two texts that agree otherwise comes first; only CSV fields (and cut records) differ in length.
 inline int by_text(std::int32_t direction, Bytes a, Bytes b) {
@@ -67,7 +76,8 @@ template <class View>
         return empty_last(x, y);
     }
     if (key.type == kTypeNum) {
-        return directed(key.srtSeq, order_of(number_at(x, x.len, a.end), number_at(y, y.len, b.end)));
+        const int order = order_of(number_at(x, x.len, a.end), number_at(y, y.len, b.end));
+        return directed(key.srtSeq, order != 0 || !View::kIsCsv ? order : empty_before_zero(x, y));
     }
     return by_text(key.srtSeq, x, y);
 }
@@ -110,7 +120,7 @@ enum class csv_tie { nothing, field_count, first_field_length };
 
 /// Kept: three rules for one order. A run head's field count decides at the first agreeing field already; a presorted
 /// input looks at the records' first fields where the current ones are meant. All three stop where one record has no
-/// further field: none is made up for it, also with -N, and the counts decide.
+/// further field: none is made up for it, also with -N, and the counts decide. Complete mode has the first rule only.
 inline constexpr csv_tie kFieldRuleInMemory = csv_tie::nothing;
 inline constexpr csv_tie kFieldRuleRunHead = csv_tie::field_count;
 inline constexpr csv_tie kFieldRulePresorted = csv_tie::first_field_length;
@@ -126,9 +136,9 @@ template <csv_tie rule, class View> int by_field(kx_i64 k, const View &a, const 
         return directed(direction, bytes);
     }
     int sooner = 0;
-    if constexpr (rule == csv_tie::field_count) {
+    if (rule == csv_tie::field_count && !orders_alike()) {
         sooner = order_of(a.num, b.num);
-    } else if constexpr (rule == csv_tie::first_field_length) {
+    } else if (rule == csv_tie::first_field_length && !orders_alike()) {
         sooner = order_of(a.field(0).len, b.field(0).len);
     }
     return sooner != 0 ? directed_or_reversed(direction, sooner) : directed(direction, order_of(x.len, y.len));
@@ -160,6 +170,9 @@ template <number_limit rule, class Last, class View>
 bool same_key(const KeyInfo &key, kx_i64 number, const Last &last, const View &candidate) {
     const Bytes x = last.key(key, number), y = candidate.key(key, number);
     if (key.type == kTypeNum) {
+        if (View::kIsCsv && empty_before_zero(x, y) != 0) {
+            return false;
+        }
         const kx_i64 limit = rule == number_limit::own_length ? y.len : x.len;
         return number_at(x, x.len, last.end) == number_at(y, limit, candidate.end);
     }

@@ -20,11 +20,11 @@ template <class T> void release(T *&block) {
 
 } // namespace
 
-kx_list *kx_build_index(const char *buf, kx_i64 size) {
+kx_list *kx_build_index(const char *buf, kx_i64 size, bool at_end) {
     switch (kx_record_format()) {
     case kx_format::fixed: return _kx_get_indexList(buf, size);
-    case kx_format::csv: return _kx_get_indexList_csv(buf, size);
-    default: return _kx_get_indexList_variable(buf, size);
+    case kx_format::csv: return _kx_get_indexList_csv(buf, size, kx_longest_tail(at_end));
+    default: return _kx_get_indexList_variable(buf, size, kx_longest_tail(at_end));
     }
 }
 

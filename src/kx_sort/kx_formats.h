@@ -6,8 +6,9 @@
 
 namespace orkan {
 
-/// The index of `size` bytes; null with a message on failure. The caller owns the list.
-kx_list *kx_build_index(const char *buf, kx_i64 size);
+/// The index of `size` bytes, `at_end` when no more data follow; null with a message on failure. The caller owns the
+/// list.
+kx_list *kx_build_index(const char *buf, kx_i64 size, bool at_end);
 
 /// Gives back what building the last index left in recordInfoArray and keyInfoArray.
 void kx_release_locators();

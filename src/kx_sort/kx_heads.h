@@ -127,9 +127,11 @@ class kx_tree_heads {
         return run.RecordList != nullptr ? run.currRec : run.bufOffset;
     }
 
-    template <class Format> static void look_at(const Format &format, Head &head, kx_i64 recency) {
+    template <class Format> void look_at(const Format &format, Head &head, kx_i64 recency) const {
         UnitDataInfo &run = *head.run;
-        head = {format.prefix(run), 0, recency, &run, format.text(run), position_in_buffer(run)};
+        const Bytes text = deepens_ ? format.text(run) : Bytes{};
+        const kx_prefix prefix = deepens_ ? rule_.at(text, 0) : format.prefix(run);
+        head = {prefix, 0, recency, &run, text, position_in_buffer(run)};
     }
 
     /// Where two texts differ, and the 8 bytes of each from there on.
@@ -138,6 +140,10 @@ class kx_tree_heads {
         kx_prefix a, b;
     };
     [[nodiscard]] Difference difference(Bytes a, Bytes b, kx_i64 depth) const {
+        const kx_i64 both = std::min(a.len, b.len) - kPrefixSize;
+        while (depth <= both && load_unaligned<kx_prefix>(a.ptr + depth) == load_unaligned<kx_prefix>(b.ptr + depth)) {
+            depth += kPrefixSize;
+        }
         for (const kx_i64 most = std::max(a.len, b.len); depth < most; depth += kPrefixSize) {
             const kx_prefix x = rule_.at(a, depth), y = rule_.at(b, depth);
             if (x != y) {

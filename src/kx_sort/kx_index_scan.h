@@ -15,6 +15,15 @@ namespace orkan {
 /// An unterminated rest of this many bytes is no record any more.
 inline constexpr kx_i64 kLongestTail = 655359;
 
+/// What is longer than this is no record, wherever buffers grow with it.
+inline constexpr kx_i64 kLongestRecord = kx_i64{1} << 30;
+
+/// The longest unterminated rest that the index of a buffer may leave. In complete mode none when no more data follow,
+/// as only an unbalanced quote leaves one, and else any part of a record.
+inline kx_i64 kx_longest_tail(bool at_end) {
+    return !keeps_every_record() ? kLongestTail : at_end ? 0 : kLongestRecord;
+}
+
 /// Locators in pool memory, which the index hands on through recordInfoArray or keyInfoArray.
 template <class Locator> class kx_locators {
   public:
@@ -71,7 +80,7 @@ template <class Locator, class Accept> kx_list *kx_list_accepted(const kx_locato
         argsInfo.maxRecLen = std::max<kx_i64>(argsInfo.maxRecLen, locator.len);
         if (accept(locator)) {
             kx_list_set(list.get(), --first, &locator);
-        } else if (kx_error_file_write({locator.addr, locator.len}) != 0) {
+        } else if (kx_error_file_write({locator.addr, locator.len}, locator.addr - locators.array()->addr) != 0) {
             return nullptr;
         }
     }

@@ -6,7 +6,8 @@
 //
 // The prefix is an order-preserving integer of a key, so the same sort serves text, numbers and both directions. What
 // the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
-// the other one give the same order. The slots serve as half of the scratch memory meanwhile.
+// the other one give the same order. The slots serve as half of the scratch memory meanwhile. For unique output equal
+// keys that are met on the way are dropped from the index, so that nobody has to compare them again.
 //
 // Verbose runs count comparator calls and so compare throughout, as do small indexes.
 #include "kx_sort/kx_index_sort.h"
@@ -28,19 +29,16 @@ constexpr int kDeepest = 64; ///< groups within groups; then the comparator take
 // Items of a group lie far apart: their locators, fields and texts are asked of the memory system so far ahead.
 constexpr kx_i64 kLocatorsAhead = 32, kFieldsAhead = 24, kTextsAhead = 16;
 
-/// System memory that lives as long as the block it is declared in.
-template <class T> class Scratch {
-  public:
-    explicit Scratch(kx_i64 count)
-        : memory_(static_cast<T *>(kx_system_malloc(multiply_saturating(count, to_i64(sizeof(T)))))) {}
-    ~Scratch() { std::free(memory_); }
-    Scratch(const Scratch &) = delete;
-    Scratch &operator=(const Scratch &) = delete;
-    [[nodiscard]] T *get() const { return memory_; }
-
-  private:
-    T *memory_;
-};
+/// Scratch memory of so many bytes; null when refused.
+char *take_scratch(kx_i64 bytes) {
+    if (bytes > sortScratch.size) {
+        kx_release_sort_scratch();
+        sortScratch.memory = static_cast<char *>(kx_system_malloc(bytes));
+        sortScratch.size = sortScratch.memory != nullptr ? bytes : 0;
+        kx_prefer_huge_pages(sortScratch.memory, sortScratch.size);
+    }
+    return sortScratch.memory;
+}
 
 // The items of an index, in buffer order before it is sorted: what their views are, and how far apart they lie.
 
@@ -91,8 +89,12 @@ template <class Items> class IndexSort {
     IndexSort(Items items, kx_entries entries, kx_entries scratch)
         : items_(items), entries_(entries), scratch_(scratch) {}
 
-    void sort(void **slots, kx_i64 n) {
-        if (!take_entries(slots, n)) {
+    /// The number of items left, which is n but for unique output: of equal keys it keeps the first.
+    kx_i64 sort(void **slots, kx_i64 n) {
+        switch (take_entries(slots, n)) {
+        case Order::ascending: break;
+        case Order::descending: reverse(n); break;
+        case Order::none:
             const kx_entries sorted = kx_sort_entries_either(entries_, scratch_, n);
             scratch_ = sorted.prefixes == entries_.prefixes ? scratch_ : entries_;
             entries_ = sorted;
@@ -100,12 +102,12 @@ template <class Items> class IndexSort {
         if (!rule_.decisive) {
             settle_groups(0, n, {rule_, first_told(rule_)}, 0);
         }
-        for (kx_i64 i = 0; i < n; ++i) {
-            slots[i] = const_cast<char *>(item(entries_.numbers[i]));
-        }
+        return put_back(slots, n);
     }
 
   private:
+    static constexpr kx_item_number kDropped = std::numeric_limits<kx_item_number>::max();
+
     /// How far the entries' prefixes tell the keys of a group apart.
     struct Told {
         kx_prefix_rule rule; ///< of the key the prefixes are of
@@ -122,12 +124,14 @@ template <class Items> class IndexSort {
     [[nodiscard]] const char *item(kx_item_number number) const { return items_.first + stride_ * number; }
     [[nodiscard]] auto view(kx_i64 i) const { return items_.view(item(entries_.numbers[i])); }
 
-    /// Fills the entries in buffer order; true when their prefixes ascend already.
-    bool take_entries(void *const *slots, kx_i64 n) {
-        bool ascending = true;
-        kx_prefix previous = 0;
+    enum class Order { ascending, descending, none };
+
+    /// Fills the entries in buffer order. Tells how their prefixes lie; descending means that no two are equal.
+    Order take_entries(void *const *slots, kx_i64 n) {
+        bool ascending = true, descending = true;
         const char *at = items_.first;
         kx_i64 number = 0;
+        kx_prefix previous = rule_.of(items_.view(at));
         for (kx_i64 i = 0; i < n; ++i) {
             const auto *from = static_cast<const char *>(slots[i]);
             number += from == at + stride_ ? 1 : (from - at) / stride_; // nearly always the next one
@@ -137,9 +141,38 @@ template <class Items> class IndexSort {
             entries_.prefixes[i] = prefix;
             entries_.numbers[i] = static_cast<kx_item_number>(number);
             ascending = ascending && prefix >= previous;
+            descending = descending && (prefix < previous || i == 0);
             previous = prefix;
         }
-        return ascending;
+        return ascending ? Order::ascending : descending ? Order::descending : Order::none;
+    }
+
+    void reverse(kx_i64 n) {
+        std::reverse(entries_.prefixes, entries_.prefixes + n);
+        std::reverse(entries_.numbers, entries_.numbers + n);
+    }
+
+    /// The slots may be where the prefixes are: each is read before it is overwritten.
+    kx_i64 put_back(void **slots, kx_i64 n) const {
+        const bool by_prefix = drops_ && rule_.decisive;
+        kx_i64 kept = 0;
+        kx_prefix previous = n > 0 ? ~entries_.prefixes[0] : 0;
+        for (kx_i64 i = 0; i < n; ++i) {
+            const kx_prefix prefix = entries_.prefixes[i];
+            const bool dropped = by_prefix ? prefix == previous : entries_.numbers[i] == kDropped;
+            previous = prefix;
+            if (!dropped) {
+                slots[kept++] = const_cast<char *>(item(entries_.numbers[i]));
+            }
+        }
+        return kept;
+    }
+
+    /// Entries with equal keys.
+    void drop_duplicates(kx_i64 first, kx_i64 last) {
+        if (drops_) {
+            std::fill(entries_.numbers + first + 1, entries_.numbers + last, kDropped);
+        }
     }
 
     /// Sorts the groups of equal prefixes within [first, end).
@@ -154,24 +187,22 @@ template <class Items> class IndexSort {
         }
     }
 
-    enum class Next { deeper, shorter_first, number, next_key, compare, equal };
+    enum class Next { alike, deeper, shorter_first, number, next_key, compare, equal };
 
     void settle(kx_i64 first, kx_i64 last, Told told, int depth) {
         for (; depth < kDeepest; ++depth) {
             switch (what_next(first, last, told)) {
+            case Next::alike: continue;
             case Next::deeper: told.bytes += kPrefixSize; break; // the look has read them
             case Next::shorter_first: read_lengths(first, last, told); break;
             case Next::number: read_number(first, last, told); break;
             case Next::next_key: read_next_key(first, last, told); break;
-            case Next::equal: return;
+            case Next::equal: drop_duplicates(first, last); return;
             case Next::compare: compare(first, last); return;
             }
             if (!order_group(first, last)) {
                 settle_groups(first, last, told, depth + 1);
                 return;
-            }
-            if (told.bytes != kAll && told.rule.key.type != kTypeNum) {
-                told.bytes = common_bytes(first, last, told);
             }
         }
         compare(first, last);
@@ -204,9 +235,9 @@ template <class Items> class IndexSort {
         }
     }
 
-    Next what_next(kx_i64 first, kx_i64 last, const Told &told) {
+    Next what_next(kx_i64 first, kx_i64 last, Told &told) {
         if (told.bytes == kAll) {
-            return behind_equal_keys(told);
+            return told.rule.empty_may_be_among(view(first)) ? Next::compare : behind_equal_keys(told);
         }
         if (told.rule.key.type == kTypeNum) { // -N sorts empty fields apart from others
             return told.rule.bytes_of(view(first)).len == 0 ? behind_equal_keys(told) : Next::number;
@@ -214,17 +245,22 @@ template <class Items> class IndexSort {
         return look_deeper(first, last, told);
     }
 
-    /// Makes the next 8 bytes of the group's texts their prefixes, where all go on.
-    Next look_deeper(kx_i64 first, kx_i64 last, const Told &told) {
-        kx_i64 shortest = kAll, longest = 0;
+    /// Makes the next 8 bytes of the group's texts their prefixes, where all go on. Texts that agree in these and more
+    /// are told as far as they do.
+    Next look_deeper(kx_i64 first, kx_i64 last, Told &told) {
+        const Bytes pattern = told.rule.bytes_of(view(first));
+        kx_i64 shortest = kAll, longest = 0, common = pattern.len;
         for_group(first, last, told, [&](kx_i64 i, const auto &record) {
             const Bytes text = told.rule.bytes_of(record);
             shortest = std::min(shortest, text.len);
             longest = std::max(longest, text.len);
+            common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(common, text.len));
             entries_.prefixes[i] = text.len > told.bytes ? told.rule.deeper(text, told.bytes) : 0;
         });
         if (shortest > told.bytes) {
-            return Next::deeper;
+            const bool alike = common >= told.bytes + kPrefixSize;
+            told.bytes = alike ? common : told.bytes;
+            return alike ? Next::alike : Next::deeper;
         }
         if (shortest == longest) {
             return behind_equal_keys(told);
@@ -261,17 +297,6 @@ template <class Items> class IndexSort {
         told.bytes = first_told(told.rule);
     }
 
-    /// How many leading bytes the texts of a group share, of which it is known as far as told.
-    kx_i64 common_bytes(kx_i64 first, kx_i64 last, const Told &told) {
-        const Bytes pattern = told.rule.bytes_of(view(first));
-        kx_i64 common = pattern.len;
-        for_group(first, last, told, [&](kx_i64 /*i*/, const auto &record) {
-            const Bytes text = told.rule.bytes_of(record);
-            common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(common, text.len));
-        });
-        return std::max(common, told.bytes);
-    }
-
     void compare(kx_i64 first, kx_i64 last) {
         kx_sort_numbers(entries_.numbers + first, scratch_.numbers + first, last - first,
                         [this](kx_item_number a, kx_item_number b) {
@@ -285,27 +310,31 @@ template <class Items> class IndexSort {
     kx_i64 stride_ = Items::stride();
     kx_prefix_rule rule_ = kx_choose_prefix_rule();
     kx_compare compare_ = kx_choose_index_comparator();
+    bool drops_ = argsInfo.bUnique != 0;
 };
 
 /// False when memory is refused: nothing has changed.
 bool sort_by_prefix(kx_list *list) {
     const kx_i64 n = kx_list_len(list);
-    const Scratch<kx_prefix> prefixes(n);
-    const Scratch<kx_item_number> numbers(n);
-    const Scratch<kx_item_number> other_numbers(n);
-    if (prefixes.get() == nullptr || numbers.get() == nullptr || other_numbers.get() == nullptr) {
+    constexpr kx_i64 kPerRecord = to_i64(sizeof(kx_prefix) + 2 * sizeof(kx_item_number));
+    char *memory = take_scratch(multiply_saturating(n, kPerRecord));
+    if (memory == nullptr) {
         return false;
     }
+    auto *prefixes = reinterpret_cast<kx_slot_prefix *>(memory);
+    auto *numbers = reinterpret_cast<kx_item_number *>(prefixes + n);
     void **slots = &list->tab[kx_ring_slot(list, 0)];
     static_assert(sizeof(kx_prefix) == sizeof(void *), "the slots hold prefixes meanwhile");
-    const kx_entries entries{prefixes.get(), numbers.get()};
-    const kx_entries scratch{reinterpret_cast<kx_slot_prefix *>(slots), other_numbers.get()};
+    const kx_entries entries{prefixes, numbers};
+    const kx_entries scratch{reinterpret_cast<kx_slot_prefix *>(slots), numbers + n};
     const auto *first = static_cast<const char *>(slots[0]);
+    kx_i64 left = 0;
     switch (kx_record_format()) {
-    case kx_format::fixed: IndexSort(FixedItems{first}, entries, scratch).sort(slots, n); break;
-    case kx_format::csv: IndexSort(CsvItems{first}, entries, scratch).sort(slots, n); break;
-    default: IndexSort(VariableItems{first}, entries, scratch).sort(slots, n); break;
+    case kx_format::fixed: left = IndexSort(FixedItems{first}, entries, scratch).sort(slots, n); break;
+    case kx_format::csv: left = IndexSort(CsvItems{first}, entries, scratch).sort(slots, n); break;
+    default: left = IndexSort(VariableItems{first}, entries, scratch).sort(slots, n); break;
     }
+    kx_list_delete(list, left, n - left);
     return true;
 }
 
@@ -327,6 +356,11 @@ int sort_by_comparator(kx_list *list, bool stable) {
 int kx_sort_index(kx_list *list, bool stable) {
     const bool sorted = prefix_sort_applies(list) && sort_by_prefix(list);
     return sorted ? 0 : sort_by_comparator(list, stable);
+}
+
+void kx_release_sort_scratch() {
+    std::free(sortScratch.memory);
+    sortScratch = {};
 }
 
 } // namespace orkan

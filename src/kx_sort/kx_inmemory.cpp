@@ -33,7 +33,11 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
         start = kx_clock();
     }
     kx_progress_begin(orkan_progress_sorting, 2, 3, 0, kx_progress_counts::nothing);
-    kx_list *list = size < 1 ? nullptr : kx_build_index(buf, size);
+    const bool nothing = size < 1 && !keeps_every_record();
+    kx_list *list = nothing ? nullptr : kx_build_index(buf, size, true);
+    if (list == nullptr && keeps_every_record()) {
+        return 1; // before the output is touched
+    }
     if (argsInfo.totalRecNum == 0) {
         argsInfo.totalRecNum = kx_list_len(list);
     }

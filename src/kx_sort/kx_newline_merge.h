@@ -3,13 +3,14 @@
 #pragma once
 
 #include "kx_sort/kx_block_merge.h"
+#include "kx_utils/kx_fault.h"
 
 namespace orkan {
 
 /// For blocks and presorted inputs alike.
 class kx_newline_runs {
   public:
-    static kx_i64 staging_size() { return kOutputBufferSize; }
+    static kx_i64 staging_size() { return kx_buffer_bytes(kOutputBufferSize); }
     [[nodiscard]] const kx_prefix_rule &rule() const { return rule_; }
     [[nodiscard]] bool differs(const UnitDataInfo &run) const { return last_ == nullptr || differs_(last_, &run) != 0; }
 

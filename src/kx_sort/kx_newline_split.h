@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kx_sort/kx_index_scan.h"
 #include "kx_sort/kx_split_loop.h"
 #include "kx_utils/kx_text.h"
 
@@ -40,14 +41,16 @@ class kx_newline_split {
     }
 
     /// At the input's end an unindexed rest is left alone. A chunk without any whole record would be read again for
-    /// ever: it becomes large enough for the rest of the input.
+    /// ever: it becomes large enough for the rest of the input. In complete mode, where a record of any length may be
+    /// cut, it doubles instead.
     int settle(kx_stream &in, char *&buf, kx_i64 length) {
         const kx_i64 cut = length - bufDealedSize;
         if (cut == 0 || at_end_) {
             return 0;
         }
         if (bufDealedSize == 0) {
-            const kx_i64 larger = std::max(input_size_ + argsInfo.sep_len, 2 * read_size_);
+            const kx_i64 rest = keeps_every_record() ? 0 : input_size_ + argsInfo.sep_len;
+            const kx_i64 larger = std::max(rest, 2 * read_size_);
             if (!enlarge(buf, larger)) {
                 return 1;
             }
@@ -57,6 +60,8 @@ class kx_newline_split {
     }
 
   protected:
+    [[nodiscard]] kx_i64 longest_tail() const { return kx_longest_tail(at_end_); }
+
     /// Even the smallest input is read byte by byte at least.
     void set_sizes(kx_i64 input_size, kx_i64 read_size, kx_i64 buffer_size) {
         input_size_ = input_size;

@@ -7,12 +7,12 @@ namespace {
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "text_prefix swaps bytes");
 
 /// The prefix tells everything about the key. CSV fields differ in length, which a text prefix does not tell, and -N
-/// takes a number's last bit. Other keys have one length, unless a merge reads foreign bytes: then a cut key and one
-/// that goes on in NULs count as equal.
+/// takes a number's last bit; nor is an empty column always a 0. Other keys have one length, unless a merge reads
+/// foreign bytes: then a cut key and one that goes on in NULs count as equal.
 bool tells_all(const KeyInfo &key) {
     const bool numeric = key.type == kTypeNum;
     if (kx_record_format() == kx_format::csv) {
-        return numeric && argsInfo.bNullLastOut == 0;
+        return numeric && argsInfo.bNullLastOut == 0 && !tells_empty_from_zero();
     }
     return numeric || key.len <= kPrefixSize;
 }

@@ -71,6 +71,12 @@ struct kx_prefix_rule {
         return key.type != kTypeNum && !decisive && !(empty_last && kx_record_format() == kx_format::csv);
     }
 
+    /// Records with the number of this one may have an empty column or a 0, which are not the same.
+    template <class View> [[nodiscard]] bool empty_may_be_among(const View &view) const {
+        const Bytes bytes = bytes_of(view);
+        return View::kIsCsv && tells_empty_from_zero() && number_at(bytes, bytes.len, view.end) == 0;
+    }
+
     /// The whole number, where -N has cost the prefix its last bit.
     [[nodiscard]] kx_prefix whole_number(Bytes number_text, const char *end) const {
         return directed_prefix(number_prefix(number_at(number_text, number_text.len, end)));

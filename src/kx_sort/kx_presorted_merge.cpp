@@ -1,17 +1,24 @@
 #include "kx_sort/kx_presorted_merge.h"
 
+#include <algorithm>
+
+#include "kx_sort/kx_budget.h"
 #include "kx_utils/kx_text.h"
 
 namespace orkan {
 
 namespace {
 
-/// A record longer than this is none.
-constexpr kx_i64 kLargestBuffer = kx_i64{1} << 30;
+/// Bytes up to which a buffer grows for a long record: what the run may use, so that an input without newline codes is
+/// not read whole.
+kx_i64 longest_buffer() {
+    return keeps_every_record() ? kLongestRecord
+                                : std::min(std::max(argsInfo.totalMemSize, kDefaultPoolSize), kLongestRecord);
+}
 
 /// Twice the capacity, always with room for a newline code behind it. 0, or 1 with a message.
 int grow(UnitDataInfo &run, kx_presorted_input &input) {
-    if (input.capacity >= kLargestBuffer) {
+    if (input.capacity >= longest_buffer()) {
         return kx_fail(msg::kInvalidRecordLength);
     }
     const kx_i64 capacity = input.capacity * 2;
@@ -58,6 +65,7 @@ int kx_presorted_runs::open() {
 }
 
 int kx_presorted_runs::read_on(UnitDataInfo &run, const kx_message<> &failure) {
+    dataOrigin = {run.fileInfo, 1, 0};
     kx_presorted_input &from = input(run);
     release_index(run);
     run.bufSize -= from.indexed;

@@ -7,6 +7,7 @@
 // tail that fills the whole buffer makes it grow. What a format answers besides kx_merge_loop.h:
 //
 //   index(buf, size, longest_tail)   the index of the buffer, or null with a message
+//   start_of(item)                   the first byte of the record behind an item of that index
 #pragma once
 
 #include "kx_sort/kx_index_scan.h"
@@ -73,10 +74,22 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
 
     kx_next next(UnitDataInfo &run) {
         ++run.currRec;
+        look_ahead(run);
         return run.currRec < run.totalRecNum ? kx_next::held : refill(run, msg::kReadTemporaryFile);
     }
 
   private:
+    /// The runs together outgrow the cache: the records to come are asked of the memory system.
+    static void look_ahead(const UnitDataInfo &run) {
+        constexpr kx_i64 kLocatorsAhead = 8, kRecordsAhead = 3, kCacheLine = 64;
+        if (run.currRec + kLocatorsAhead < run.totalRecNum) {
+            __builtin_prefetch(kx_list_get(run.RecordList, run.currRec + kLocatorsAhead));
+            const char *record = Format::start_of(kx_list_get(run.RecordList, run.currRec + kRecordsAhead));
+            __builtin_prefetch(record);
+            __builtin_prefetch(record + kCacheLine);
+        }
+    }
+
     /// Reads on until there are records, for a buffer may hold nothing but short ones.
     kx_next refill(UnitDataInfo &run, const kx_message<> &failure) {
         do {
@@ -90,7 +103,7 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
             if (run.bufSize == 0) { // nothing left to index
                 return kx_next::exhausted;
             }
-            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kLongestTail : run.bufSize);
+            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kx_longest_tail(true) : run.bufSize);
             if (list == nullptr) {
                 return kx_next::failed;
             }
@@ -99,7 +112,7 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
         return kx_next::held;
     }
 
-    /// Kept: an empty input ends the first fill; it and all later ones take no part.
+    /// Kept: an empty input ends the first fill; it and all later ones take no part. In complete mode it is skipped.
     int first_fill() {
         for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
             UnitDataInfo &run = *argsInfo.arrInFile[i].unitDataInfo;
@@ -108,7 +121,7 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
             if (filled == kx_next::failed) {
                 return 1;
             }
-            if (run.offset == 0) {
+            if (run.offset == 0 && !keeps_every_record()) {
                 break;
             }
             if (filled == kx_next::held && kx_list_append(dataInfo.list, &run) != 0) {

@@ -53,7 +53,9 @@ template <class Format> int kx_sort_chunk(Format &format, kx_stream &in, kx_stre
 
 /// Appends the sorted blocks of `in` to `tmp`. 0, or 1 with a message.
 template <class Format> int kx_split_sort(Format format, kx_stream &in, kx_stream &tmp) {
-    format.position() = 0; // Kept: blocks of each input start again at position 0.
+    if (!keeps_every_record()) {
+        format.position() = 0; // Kept: blocks of each input start again at position 0.
+    }
     if (format.prepare(in) != 0) {
         return 1;
     }

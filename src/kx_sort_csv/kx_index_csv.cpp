@@ -2,6 +2,7 @@
 //
 // Newline codes and delimiters count only outside quotes. Quotes are counted anew from each record's and each field's
 // first byte; nothing is unquoted.
+#include "kx_io/kx_origin.h"
 #include "kx_sort/kx_index_scan.h"
 #include "kx_sort_csv/kx_sort_csv.h"
 #include "kx_utils/kx_scan.h"
@@ -30,17 +31,24 @@ bool open_error_file() {
 bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
     const char *cursor = block;
+    const char *input_end = block + kx_input_end(0, size);
     kx_code_scan codes({block, size}, block + size, sep, true, argsInfo.quote);
     while (const char *match = codes.next()) {
         if (records.full() && !records.grow(2 * records.capacity())) {
             return false;
         }
         const char *end = match + sep.len;
+        if (end >= input_end) {
+            if (end > input_end) { // an unbalanced quote would glue it to a record of the next input
+                break;
+            }
+            input_end = block + kx_input_end(end - block, size);
+        }
         records.add({cursor, static_cast<std::int32_t>(end - cursor), nullptr, 0});
         cursor = end;
     }
     bufDealedSize = cursor - block;
-    if (size - bufDealedSize > longest_tail) {
+    if (size - bufDealedSize > longest_tail || input_end < block + size) {
         kx_say(msg::kInvalidRecordLength.japanese_only());
         return false;
     }
@@ -67,14 +75,20 @@ template <class Take> void for_fields(const RecordInfo_csv &record, Take take) {
 
 // --- with sort keys ----------------------------------------------------------------------------------------------
 
-/// The first key that names the column, or -1: a column serves one key only.
-kx_i64 key_of_column(kx_i64 column) {
+/// Makes the field of a column that of its key; how many keys it serves. By design the first one only: then another
+/// key on the column is missing in every record. In complete mode it serves all.
+std::int32_t serve_keys(kx_i64 column, const KeyInfo_csv &field, KeyInfo_csv *entries) {
+    std::int32_t served = 0;
     for (kx_i64 k = 0; k < argsInfo.keyNums; ++k) {
         if (argsInfo.arrSortKey[k].srtPos == column) {
-            return k;
+            entries[k] = field;
+            ++served;
+            if (!keeps_every_record()) {
+                break;
+            }
         }
     }
-    return -1;
+    return served;
 }
 
 /// Stores the key fields of a record; columns behind the last one needed are not looked at. False when a key's column
@@ -83,11 +97,7 @@ bool locate_keys(RecordInfo_csv &record, KeyInfo_csv *entries) {
     record.keyInfo = entries;
     kx_i64 column = 0;
     for_fields(record, [&](const KeyInfo_csv &field, bool /*last*/) {
-        const kx_i64 key = key_of_column(++column);
-        if (key >= 0) {
-            entries[key] = field;
-            ++record.num;
-        }
+        record.num += serve_keys(++column, field, entries);
         return record.num < argsInfo.keyNums;
     });
     return record.num == argsInfo.keyNums;

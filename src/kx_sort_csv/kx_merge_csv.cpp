@@ -15,7 +15,7 @@ class CsvMerge : public kx_newline_blocks {
     explicit CsvMerge(kx_stream &tmp) : kx_newline_blocks(tmp) {}
 
     /// Kept: field counts decide early between whole records, which gives no consistent order.
-    static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone; }
+    static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone || orders_alike(); }
 
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(csv_head(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(csv_head(run)); }

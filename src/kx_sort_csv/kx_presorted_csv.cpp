@@ -10,13 +10,14 @@ class CsvPresorted : public kx_presorted_merge<CsvPresorted> {
     using Heads = kx_either_heads;
 
     /// Kept: first fields' lengths decide early between whole records, which gives no consistent order.
-    static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone; }
+    static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone || orders_alike(); }
 
     static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail) {
         return _kx_get_indexList_csv(buf, size, longest_tail);
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(csv_current(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(csv_current(run)); }
+    static const char *start_of(const void *item) { return static_cast<const RecordInfo_csv *>(item)->addr; }
     static Bytes record(const UnitDataInfo &run) { return csv_current(run).record; }
 
     /// Kept: unlike newline-ended records a record never fills the buffer to its last byte.

@@ -25,7 +25,7 @@ class CsvSplit : public kx_newline_split {
         return kx_list_enlarge(dataInfo.list, blocks) == 0 ? 0 : kx_fail(msg::kBlockListMemory);
     }
 
-    static kx_list *index(const char *buf, kx_i64 length) { return _kx_get_indexList_csv(buf, length); }
+    kx_list *index(const char *buf, kx_i64 length) const { return _kx_get_indexList_csv(buf, length, longest_tail()); }
 
     /// Kept: keyInfoArray goes on pointing at what is released here; the pool takes a second release.
     static void release_locators() {

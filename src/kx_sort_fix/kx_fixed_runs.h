@@ -3,6 +3,7 @@
 
 #include "kx_sort/kx_comparators.h"
 #include "kx_sort/kx_merge_loop.h"
+#include "kx_utils/kx_fault.h"
 
 namespace orkan {
 
@@ -11,7 +12,10 @@ class kx_fixed_runs {
     using Heads = kx_tree_heads;
 
     // A whole number of records, so that writing the staged bytes leaves the last one where it is.
-    [[nodiscard]] kx_i64 staging_size() const { return kOutputBufferSize - kOutputBufferSize % length_; }
+    [[nodiscard]] kx_i64 staging_size() const {
+        const kx_i64 size = kx_buffer_bytes(kOutputBufferSize);
+        return size - size % length_;
+    }
 
     static kx_head_order order() { return kx_choose_run_order(); }
     [[nodiscard]] const kx_prefix_rule &rule() const { return rule_; }

@@ -24,6 +24,10 @@ class FixedSplit {
     [[nodiscard]] kx_i64 read_size() const { return chunk_; }
 
     kx_i64 complete(const char * /*buf*/, kx_i64 got) {
+        if (got % argsInfo.recLen != 0 && keeps_every_record()) { // the input has grown since it was measured
+            kx_say(msg::kInvalidDataSize, got);
+            return -1;
+        }
         chunk_ = std::min(got, chunk_); // after a short read it stays reduced
         return chunk_;
     }

@@ -36,10 +36,12 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 lon
     return true;
 }
 
-/// Kept: when the error file cannot be created the run goes on, and its records are dropped.
+/// Kept: when the error file cannot be created the run goes on, and its records are dropped; not in complete mode.
 bool open_error_file() {
     switch (kx_error_file_open()) {
-    case kx_error_file_state::cannot_create: kx_say(msg::kCreateErrorFile, argsInfo.errFile.path); return true;
+    case kx_error_file_state::cannot_create:
+        kx_say(msg::kCreateErrorFile, argsInfo.errFile.path);
+        return !keeps_every_record();
     case kx_error_file_state::no_buffer: kx_say(msg::kErrorBuffer); return false;
     default: return true;
     }

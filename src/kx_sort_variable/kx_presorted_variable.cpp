@@ -14,6 +14,7 @@ class VariablePresorted : public kx_presorted_merge<VariablePresorted> {
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_current(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(variable_current(run)); }
+    static const char *start_of(const void *item) { return static_cast<const RecordInfo *>(item)->addr; }
     static Bytes record(const UnitDataInfo &run) { return variable_current(run).record; }
 
     static bool stage_is_full(kx_i64 bytes) { return kx_stage_lacks_room(bytes); }

@@ -19,7 +19,9 @@ class VariableSplit : public kx_newline_split {
         return 0;
     }
 
-    static kx_list *index(const char *buf, kx_i64 length) { return _kx_get_indexList_variable(buf, length); }
+    kx_list *index(const char *buf, kx_i64 length) const {
+        return _kx_get_indexList_variable(buf, length, longest_tail());
+    }
     static void release_locators() {
         kx_free(memPool, recordInfoArray);
         recordInfoArray = nullptr;

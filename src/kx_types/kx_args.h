@@ -24,6 +24,7 @@ struct FileInfo {
     kx_i64 outBufSize;
     kx_i64 outBufOffset;
     UnitDataInfo *unitDataInfo; ///< the run that this file takes part in during a merge
+    kx_i64 end;                 ///< where this input's bytes end among those of all inputs (complete mode)
 };
 
 /// Values of KeyInfo::type. Only Num is compared by value; the others compare bytes.
@@ -60,6 +61,7 @@ struct ArgsInfo {
     FileInfo errFile;
     FileInfo *arrInFile; ///< system memory, owned
     kx_i64 inFileNums;
+    kx_i64 pipeNums;      ///< of them, pipes (complete mode); then no size is known and all totals are 0
     kx_i64 totalFileSize; ///< bytes of all inputs; after loading, the bytes loaded
     kx_i64 totalRecNum;
     kx_i64 bRecSort;

@@ -4,6 +4,7 @@
 namespace orkan {
 
 bool (*kx_fault_hook)(kx_site site, kx_i64 bytes);
+kx_small_sizes kx_small;
 
 } // namespace orkan
 #endif

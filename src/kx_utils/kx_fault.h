@@ -1,4 +1,5 @@
-// kx_fault.h: the places where the operating system may say no, so that tests can say it.
+// kx_fault.h: the places where the operating system may say no, so that tests can say it, and the sizes that tests may
+// shrink.
 //
 // In the tests' build (ORKAN_FAULT_HOOKS) each call asks the hook whether to fail; in the product the question is
 // a constant and costs nothing.
@@ -8,7 +9,24 @@
 
 namespace orkan {
 
-enum class kx_site { open, read, write, seek, close, unlink, setvbuf, stat, allocate };
+enum class kx_site {
+    open,
+    read,
+    write,
+    seek,
+    close,
+    unlink,
+    setvbuf,
+    stat,
+    allocate,
+    access,
+    lock,
+    truncate,
+    reserve,   ///< space in a file
+    duplicate, ///< a descriptor
+    position,  ///< asking for it
+    mode       ///< of a file
+};
 
 #ifdef ORKAN_FAULT_HOOKS
 /// Set by a test: true makes the call at that site fail. `bytes` is the size asked for at `allocate`, else 0.
@@ -16,6 +34,22 @@ extern bool (*kx_fault_hook)(kx_site site, kx_i64 bytes);
 inline bool kx_fault(kx_site site, kx_i64 bytes = 0) { return kx_fault_hook != nullptr && kx_fault_hook(site, bytes); }
 #else
 constexpr bool kx_fault(kx_site /*site*/, kx_i64 /*bytes*/ = 0) { return false; }
+#endif
+
+// Sizes that tests make small, so that a handful of records fills them.
+
+#ifdef ORKAN_FAULT_HOOKS
+struct kx_small_sizes {
+    kx_i64 budget, pool, buffer; ///< 0: as in the product
+};
+extern kx_small_sizes kx_small;
+inline kx_i64 kx_budget_bytes(kx_i64 size) { return kx_small.budget > 0 ? kx_small.budget : size; }
+inline kx_i64 kx_pool_bytes(kx_i64 size) { return kx_small.pool > 0 ? kx_small.pool : size; }
+inline kx_i64 kx_buffer_bytes(kx_i64 size) { return kx_small.buffer > 0 && size > 0 ? kx_small.buffer : size; }
+#else
+constexpr kx_i64 kx_budget_bytes(kx_i64 size) { return size; }
+constexpr kx_i64 kx_pool_bytes(kx_i64 size) { return size; }
+constexpr kx_i64 kx_buffer_bytes(kx_i64 size) { return size; }
 #endif
 
 } // namespace orkan

@@ -168,6 +168,14 @@ inline constexpr kx_message<> kErrorBuffer{"☆ Failed to set error buffer!\n", 
 inline constexpr kx_message<> kInvalidRecordLength{"☆ Invalid record length detected! \n",
                                                    "☆不正なレコード長を検知しました！ \n"};
 
+// In complete mode.
+inline constexpr kx_message<Text> kRecordLacksKey{
+    "☆ Input file [%s] has a record that lacks a sort key! Specify an error file (-E).\n",
+    "☆入力ファイル[%s]にソートキーの足りないレコードがあります！エラーファイル(-E)を指定してください。\n"};
+inline constexpr kx_message<> kInputLacksKey{
+    "☆ Standard input has a record that lacks a sort key! Specify an error file (-E).\n",
+    "☆標準入力にソートキーの足りないレコードがあります！エラーファイル(-E)を指定してください。\n"};
+
 // --- split sort --------------------------------------------------------------------------------------------------
 inline constexpr kx_message<kx_i64> kSplitBuffer{"☆ Failed to allocate [%ld]KB memory for split sort buffer! \n",
                                                  "☆分割ソート用バッファ[%ld]KBメモリの割当は失敗しました！ \n"};

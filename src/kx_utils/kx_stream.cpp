@@ -6,12 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "kx_assert/kx_assert.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_progress.h"
+#include "kx_utils/kx_status.h"
 #include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
@@ -27,7 +27,7 @@ int above_standard_streams(int fd) {
     if (fd > STDERR_FILENO) {
         return fd;
     }
-    const int moved = fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    const int moved = kx_fault(kx_site::duplicate) ? -1 : fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     ::close(fd);
     return moved;
 }
@@ -68,15 +68,28 @@ bool write_out(kx_stream &s, const char *from, kx_i64 bytes) {
     return !s.failed;
 }
 
+/// Space behind the end of a file goes back when the file gets the size it has.
+void return_space(const kx_stream &s) {
+    kx_status status{};
+    if (s.reserved > 0 && kx_status_of(s.fd, status) && status.st_size < s.reserved && !kx_fault(kx_site::truncate)) {
+        [[maybe_unused]] const int unused = ftruncate(s.fd, status.st_size); // refused: the file is larger on disk
+    }
+}
+
 bool seek(kx_stream &s, kx_i64 offset, int whence) {
     return s.open && kx_stream_flush(s) && !kx_fault(kx_site::seek) && lseek(s.fd, offset, whence) >= 0;
 }
 
+/// After a question without an answer: there may be a file all the same. Better none is emptied by mistake.
+bool may_be_there() { return errno != ENOENT && errno != ENOTDIR; }
+
 /// The path leads to that regular file.
-bool leads_to(const char *path, const struct stat &file) {
-    struct stat status {};
-    return path != nullptr && stat(path, &status) == 0 && S_ISREG(status.st_mode) && status.st_dev == file.st_dev &&
-           status.st_ino == file.st_ino;
+bool leads_to(const char *path, const kx_status &file) {
+    kx_status status{};
+    if (path == nullptr || !kx_status_of(path, status)) {
+        return path != nullptr && may_be_there();
+    }
+    return S_ISREG(status.st_mode) && kx_same_file(status, file);
 }
 
 } // namespace
@@ -99,8 +112,9 @@ void kx_stream_standard_output(kx_stream &s) {
 
 void kx_stream_standard_input(kx_stream &s) { borrow(s, STDIN_FILENO); }
 
-bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes) {
+bool kx_stream_set_buffer(kx_stream &s, kx_i64 wanted) {
     KX_ASSERT(s.open && s.filled == 0);
+    const kx_i64 bytes = kx_buffer_bytes(wanted);
     std::free(s.buffer);
     s.buffer = nullptr;
     s.capacity = 0;
@@ -112,6 +126,16 @@ bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes) {
         s.capacity = s.buffer != nullptr ? bytes : 0;
     }
     return s.capacity == bytes;
+}
+
+void kx_stream_reserve_space(kx_stream &s, kx_i64 bytes) {
+#ifdef FALLOC_FL_KEEP_SIZE
+    constexpr kx_i64 kWorthAsking = kx_i64{1} << 20;
+    const bool wanted = s.open && !s.standard && bytes >= kx_buffer_bytes(kWorthAsking);
+    if (wanted && !kx_fault(kx_site::reserve) && fallocate(s.fd, FALLOC_FL_KEEP_SIZE, 0, bytes) == 0) {
+        s.reserved = bytes;
+    }
+#endif
 }
 
 kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes) {
@@ -167,7 +191,9 @@ bool kx_stream_flush(kx_stream &s) {
 bool kx_stream_seek_to(kx_stream &s, kx_i64 position) { return seek(s, position, SEEK_SET); }
 bool kx_stream_seek_by(kx_stream &s, kx_i64 distance) { return seek(s, distance, SEEK_CUR); }
 
-kx_i64 kx_stream_position(const kx_stream &s) { return s.open ? lseek(s.fd, 0, SEEK_CUR) : -1; }
+kx_i64 kx_stream_position(const kx_stream &s) {
+    return s.open && !kx_fault(kx_site::position) ? lseek(s.fd, 0, SEEK_CUR) : -1;
+}
 
 bool kx_stream_close(kx_stream &s) {
     if (!s.open) {
@@ -179,6 +205,7 @@ bool kx_stream_close(kx_stream &s) {
     s.capacity = 0;
     s.open = false;
     if (!s.standard) {
+        return_space(s);
         complete = ::close(s.fd) == 0 && complete;
         complete = !kx_fault(kx_site::close) && complete;
     }
@@ -192,18 +219,21 @@ bool kx_stream_clear(kx_stream &s) {
 }
 
 bool kx_same_file(const char *path, const char *other) {
-    struct stat status {};
-    return other != nullptr && stat(other, &status) == 0 && leads_to(path, status);
+    kx_status status{};
+    if (path == nullptr || other == nullptr || !kx_status_of(other, status)) {
+        return path != nullptr && other != nullptr && may_be_there();
+    }
+    return leads_to(path, status);
 }
 
 bool kx_is_standard_input(const char *path) {
-    struct stat status {};
-    return fstat(STDIN_FILENO, &status) == 0 && leads_to(path, status);
+    kx_status status{};
+    return kx_status_of(STDIN_FILENO, status) && leads_to(path, status);
 }
 
 bool kx_is_standard_output(const char *path) {
-    struct stat status {};
-    return fstat(STDOUT_FILENO, &status) == 0 && leads_to(path, status);
+    kx_status status{};
+    return kx_status_of(STDOUT_FILENO, status) && leads_to(path, status);
 }
 
 bool kx_unlink(const char *path) { return !kx_fault(kx_site::unlink) && ::unlink(path) == 0; }

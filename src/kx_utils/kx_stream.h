@@ -21,7 +21,8 @@ struct kx_stream {
     bool failed;   ///< a write failed; later writes fail at once
     char *buffer;  ///< system memory, owned; null when unbuffered
     kx_i64 capacity;
-    kx_i64 filled; ///< bytes in buffer not written yet
+    kx_i64 filled;   ///< bytes in buffer not written yet
+    kx_i64 reserved; ///< bytes of the file for which space was asked
 };
 
 /// Opens an existing file for reading. False (handle closed) when that fails; errno tells why.
@@ -41,6 +42,10 @@ void kx_stream_standard_input(kx_stream &s);
 
 /// Gives a handle for writing a buffer of `bytes` bytes (0: none). False when the memory is refused.
 bool kx_stream_set_buffer(kx_stream &s, kx_i64 bytes);
+
+/// Asks the file system for the space of `bytes` bytes to be written, so that it need not look for it piece by piece (a
+/// tenth of a large sort); nothing for few bytes. Only a wish; what is not used is given back by closing.
+void kx_stream_reserve_space(kx_stream &s, kx_i64 bytes);
 
 /// Reads until `bytes` bytes have come or the input ends; the count read, or -1 on a read error.
 kx_i64 kx_stream_read(kx_stream &s, void *to, kx_i64 bytes);
@@ -80,7 +85,7 @@ bool kx_stream_close(kx_stream &s);
 /// Closes and makes the handle a fresh one.
 bool kx_stream_clear(kx_stream &s);
 
-/// True when both lead to the same regular file. A null path leads nowhere.
+/// True when both lead to the same regular file, or it cannot be told. A null path leads nowhere.
 bool kx_same_file(const char *path, const char *other);
 bool kx_is_standard_input(const char *path);
 bool kx_is_standard_output(const char *path);

@@ -1,7 +1,4 @@
 // kx_system_memory.h: the system allocator as every part of the system calls it.
-//
-// Large blocks ask for huge pages: the first touch of memory costs an eighth then (500 MB: 0.02 s against 0.16 s), and
-// gathering records from all over it misses fewer translations. A system without them ignores the wish.
 #pragma once
 
 #include "kx_types/kx_bytes.h"
@@ -13,5 +10,13 @@ void *kx_system_malloc(kx_i64 bytes);
 
 /// As kx_system_malloc, for growing a block; on null the old block is still there.
 void *kx_system_realloc(void *old, kx_i64 bytes);
+
+/// Asks for huge pages where a block will be used whole: its first touch costs an eighth then (500 MB: 0.02 s against
+/// 0.16 s), and gathering records from all over it misses fewer translations. A system without them ignores the wish.
+/// Nothing for small blocks: clearing one huge page takes as long as the rest of a small sort.
+void kx_prefer_huge_pages(void *block, kx_i64 bytes);
+
+/// At least so much data are worth it, in bytes.
+inline constexpr kx_i64 kWorthHugePages = kx_i64{4} << 20;
 
 } // namespace orkan

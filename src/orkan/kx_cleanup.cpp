@@ -6,6 +6,7 @@
 #include "kx_memory/kx_memory.h"
 #include "kx_paras/kx_paras.h"
 #include "kx_sort/kx_formats.h"
+#include "kx_sort/kx_index_sort.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
@@ -35,9 +36,12 @@ void kx_CleanupGlobalVars() {
     dataEnd = nullptr;
     kx_CleanupArgsInfo(&argsInfo);
     release_pool();
+    kx_release_sort_scratch();
     bufDealedSize = csvKeyLenInTemp = 0;
     processId = 0;
     progressCount = {};
+    completeMode = false;
+    dataOrigin = {};
     kx_splitSort_offset_fix = kx_splitSort_offset_variable = kx_splitSort_offset_csv = 0;
     kx_getopt_reset();
     startFirst = start = start_tmp = finish = 0;

@@ -5,6 +5,7 @@
 //   wanted < 16 MiB            wanted, then 16 MiB (split sort only)
 #include "kx_memory/kx_memory.h"
 #include "kx_sort/kx_budget.h"
+#include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
@@ -17,8 +18,8 @@ constexpr kx_i64 kMinimumKib = kib_round_up(kMinimumPoolSize);
 constexpr kx_i64 kDefaultKib = kib_round_up(kDefaultPoolSize);
 
 bool create_pool(kx_i64 size) {
-    argsInfo.totalMemSize = size;
-    memPool = kx_mem_pool_create(size, 1);
+    argsInfo.totalMemSize = kx_budget_bytes(size);
+    memPool = kx_mem_pool_create(kx_pool_bytes(size), 1);
     return memPool != nullptr;
 }
 

@@ -1,5 +1,8 @@
 #include "orkan/kx_run_state.h"
 
+#include <cstdlib>
+#include <cstring>
+
 namespace orkan {
 
 ArgsInfo argsInfo;
@@ -8,6 +11,9 @@ DataInfo dataInfo;
 
 kx_stream inFile, outFile, tmpFile, errFile;
 kx_temporary_identity temporaryFile;
+bool completeMode;
+kx_data_origin dataOrigin;
+kx_sort_scratch sortScratch;
 kx_progress_count progressCount;
 
 std::int32_t processId;
@@ -33,5 +39,10 @@ kx_i64 cmpList_merge_variable, cmpList_merge_variable_stabilize, cmpList_merge_t
 kx_i64 cmpList_merge_csv, cmpList_merge_csv_stabilize, cmpList_merge_totalRec_csv, cmpList_merge_totalRec_csv_stabilize;
 kx_i64 cmpIfEqual, cmpIfEqual_variable, cmpIfEqual_csv, cmpIfEqual_unit_variable, cmpIfEqual_unit_csv,
     cmpIfEqual_merge_variable, cmpIfEqual_merge_csv;
+
+void kx_read_complete_mode() {
+    const char *wanted = std::getenv("ORKAN_COMPLETE");
+    completeMode = wanted != nullptr && *wanted != '\0' && std::strcmp(wanted, "0") != 0;
+}
 
 } // namespace orkan

@@ -30,6 +30,32 @@ struct kx_temporary_identity {
 };
 extern kx_temporary_identity temporaryFile;
 
+/// ORKAN_COMPLETE asks for the complete mode (docs/complete.md); read once, when a run starts.
+extern bool completeMode;
+void kx_read_complete_mode();
+
+/// What complete mode promises, asked where a rule of the system would break it: no record is lost, ...
+inline bool keeps_every_record() { return completeMode; }
+/// ... and every path orders records alike.
+inline bool orders_alike() { return completeMode; }
+/// Then under -U an empty numeric CSV column is a key of its own.
+inline bool tells_empty_from_zero() { return completeMode && argsInfo.bUnique != 0; }
+
+/// In complete mode: whose bytes lie in the buffer that is being indexed (kx_io/kx_origin.h).
+struct kx_data_origin {
+    const FileInfo *inputs; ///< one behind the other, each with its `end`; that of the last one does not count
+    kx_i64 count;           ///< 0: standard input
+    kx_i64 gone;            ///< bytes of these inputs that were in the buffer before
+};
+extern kx_data_origin dataOrigin;
+
+/// System memory for sorting an index, kept from block to block; written by kx_index_sort.
+struct kx_sort_scratch {
+    char *memory;
+    kx_i64 size; ///< bytes
+};
+extern kx_sort_scratch sortScratch;
+
 /// What the present phase has moved; written by kx_progress.
 enum class kx_progress_counts { nothing, reads, writes, both };
 struct kx_progress_count {

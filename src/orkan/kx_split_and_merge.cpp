@@ -1,5 +1,6 @@
 // kx_split_and_merge.cpp: the external path: every input in sorted blocks to the one temporary file, then its blocks
 // merged into the output.
+#include "kx_io/kx_header.h"
 #include "kx_io/kx_temporary_file.h"
 #include "kx_io/kx_writers.h"
 #include "kx_sort/kx_choose.h"
@@ -36,10 +37,14 @@ int create_temporary_file() {
     return kx_stream_set_buffer(tmpFile, kOutputBufferSize) ? 0 : kx_fail(msg::kTemporaryFileBuffer);
 }
 
+int skip_header(const FileInfo &file, kx_i64 &length) {
+    return keeps_every_record() ? kx_take_header(inFile, length) : kx_skip_csv_header(inFile, file, length);
+}
+
 int split_sort(const FileInfo &file) {
     kx_i64 header_length = 0;
     const bool has_header = kx_record_format() == kx_format::csv && argsInfo.bHeader != 0;
-    if (has_header && kx_skip_csv_header(inFile, file, header_length) != 0) {
+    if (has_header && skip_header(file, header_length) != 0) {
         return 1;
     }
     if (kx_split_input(inFile, tmpFile, file.size - header_length) != 0) {
@@ -56,6 +61,7 @@ int split_input(const FileInfo &file) {
     if (!kx_stream_open_read(inFile, file.path)) {
         return kx_fail(msg::kOpenInputFile, file.path);
     }
+    dataOrigin = {&file, 1, 0};
     const int status = kx_stream_set_buffer(inFile, 0) ? split_sort(file) : kx_fail(msg::kInputBuffer);
     kx_stream_clear(inFile);
     return status;

@@ -8,6 +8,8 @@
 //   split and merge    inputs named otherwise, or memory was refused    kx_mergeSortFile and its siblings
 //   standard input     no inputs named                                  kx_stdin
 //
+// In complete mode the last one also takes named inputs with a pipe among them, and -M without inputs.
+//
 // Whoever detects a failure prints its message; here every failure becomes the status 1.
 #include "orkan/orkan.h"
 
@@ -27,6 +29,7 @@
 #include "kx_sort/kx_merge_multi.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_progress.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
@@ -95,10 +98,11 @@ int merge_presorted_inputs() {
     return 0;
 }
 
+/// Or, in complete mode, named inputs with a pipe among them.
 int sort_standard_input() {
     kx_trace(msg::kStandardInputStarted);
     if (kx_stdin() != 0) {
-        return kx_fail(msg::kStandardInputFailed);
+        return argsInfo.inFileNums > 0 ? 1 : kx_fail(msg::kStandardInputFailed);
     }
     kx_trace(msg::kStandardInputCompleted);
     return 0;
@@ -106,7 +110,7 @@ int sort_standard_input() {
 
 /// Where memory for the data is refused: the inputs are split-sorted within the default budget.
 int sort_for_want_of_memory() {
-    argsInfo.totalMemSize = kDefaultPoolSize; // the pool stays as it is
+    argsInfo.totalMemSize = kx_budget_bytes(kDefaultPoolSize); // the pool stays as it is
     kx_say(msg::kUseTemporaryFiles);
     kx_say(msg::kUseDefaultMemory, kib_round_up(argsInfo.totalMemSize));
     argsInfo.bMemory = 0;
@@ -126,7 +130,7 @@ int load_inputs(char *buf) {
 
 int sort_in_memory() {
     kx_trace(msg::kInMemoryStarted);
-    auto *buf = static_cast<char *>(kx_qmalloc(memPool, add_saturating(argsInfo.totalFileSize, argsInfo.sep_len)));
+    auto *buf = static_cast<char *>(kx_qmalloc(memPool, kx_load_room()));
     if (buf == nullptr) {
         kx_say(msg::kNoMemory, argsInfo.totalFileSize / 1024);
         return sort_for_want_of_memory();
@@ -145,10 +149,11 @@ int create_block_list() {
 }
 
 int sort_by_configured_path() {
-    if (argsInfo.bMerge == 1) {
+    const bool nothing_named = argsInfo.inFileNums == 0;
+    if (argsInfo.bMerge == 1 && !(nothing_named && keeps_every_record())) { // Kept: without inputs nothing is merged.
         return merge_presorted_inputs();
     }
-    if (argsInfo.inFileNums == 0) {
+    if (nothing_named || argsInfo.pipeNums > 0) {
         return sort_standard_input();
     }
     return argsInfo.bMemory == 1 ? sort_in_memory() : kx_sort_through_temporary_file();
@@ -160,9 +165,12 @@ int sort() {
     if (pool == kx_pool_result::failed) {
         return 1;
     }
-    if (pool == kx_pool_result::minimum_only) {
+    if (pool == kx_pool_result::minimum_only && !keeps_every_record()) {
         // By design this goes for -M and standard input too; without inputs nothing is merged.
         return create_block_list() != 0 ? 1 : kx_sort_through_temporary_file();
+    }
+    if (argsInfo.totalFileSize >= kWorthHugePages) {
+        kx_prefer_huge_pages(memPool, argsInfo.totalMemSize);
     }
     kx_trace(msg::kPoolSize, kib_round_up(argsInfo.totalMemSize));
     kx_memInfo_print(memPool);
@@ -197,6 +205,7 @@ int success_exit() {
 
 int run(int argc, char **argv) {
     kx_getopt_reset();
+    kx_read_complete_mode();
     kx_say(msg::kStartBanner);
     if (VERBOSE != 0 && announce_verbose_start() != 0) {
         return 1;

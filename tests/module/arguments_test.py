@@ -92,7 +92,7 @@ class Refused(BoxTest):
             self.expect(TypeError, "^memory must be an integer", "in", memory=memory)
 
     def test_flags_are_true_or_false(self):
-        flags = ["csv", "header", "stable", "unique", "reverse", "empty_last", "merge", "in_process"]
+        flags = ["csv", "header", "stable", "unique", "reverse", "empty_last", "merge", "complete", "in_process"]
         for flag in flags:
             for value in 1, "no", None:
                 self.expect(TypeError, f"^{flag} must be True or False", "in", **{flag: value})
@@ -112,8 +112,8 @@ class Refused(BoxTest):
             self.expect(ValueError, known, "in.csv", keys=name, **options)
         self.write("twice", "a,b,a\n")
         self.expect(ValueError, "several columns named 'a'", "twice", keys="a", **options)
-        self.expect(ValueError, "two keys on one column", "in.csv", keys=["id", 2, 1], **options)
-        self.expect(ValueError, "two keys on one column", "in.csv", csv=True, keys=[1, Key(1, descending=True)])
+        self.expect(ValueError, "two keys on one column", "in.csv", keys=["id", 2, 1], complete=False, **options)
+        self.expect(ValueError, "two keys on one column", "in.csv", csv=True, keys=[1, Key(1, descending=True)], complete=False)
         self.write("other", "id 2,id\n")
         self.expect(ValueError, "'id' is another column in another input", ["in.csv", "other"], keys="id", **options)
 
@@ -123,7 +123,7 @@ class Refused(BoxTest):
             self.expect(ValueError, "does not end in its first line", "in.csv", csv=True, header=True, keys=keys)
 
     def test_a_merge_of_headers(self):
-        self.expect(ValueError, "takes a header for a record", "in.csv", csv=True, header=True, merge=True)
+        self.expect(ValueError, "takes a header for a record", "in.csv", csv=True, header=True, merge=True, complete=False)
 
     def test_files_that_are_one(self):
         os.link("in", "hard link")
@@ -139,7 +139,7 @@ class Refused(BoxTest):
     def test_inputs_that_would_run_into_each_other(self):
         for data, options in [("a\nb", {}), ("a\n", {"newline": "\r\n"}), ("a,b", {"csv": True})]:
             self.write("open", data)
-            self.expect(ValueError, "'open' does not end in a newline", ["open", "in"], **options)
+            self.expect(ValueError, "'open' does not end in a newline", ["open", "in"], complete=False, **options)
 
     def test_only_the_first_two_arguments_have_no_name(self):
         with self.assertRaises(TypeError):

@@ -34,7 +34,7 @@ class Interface(unittest.TestCase):
         self.assertEqual(
             list(parameters),
             "inputs output keys record_length csv delimiter newline header stable unique reverse empty_last merge memory"
-            " temp_dir errors in_process".split(),
+            " temp_dir errors complete in_process".split(),
         )
         named = [name for name, parameter in parameters.items() if parameter.kind is parameter.KEYWORD_ONLY]
         self.assertEqual(named, list(parameters)[2:])

@@ -22,6 +22,12 @@ def number(text):
     return sign * int(digits[:count] or 0)
 
 
+def _value(text, key, apart):
+    if not key.numeric:
+        return text
+    return number(text), apart and not text
+
+
 def model(records, keys, place, options):
     """Stable, by the bytes that place(record, key) gives."""
 
@@ -32,6 +38,8 @@ def model(records, keys, place, options):
                 decided = compared(not x, not y)
             else:
                 decided = compared(number(x), number(y)) if key.numeric else compared(x, y)
+                if not decided and key.numeric and options["apart"]:
+                    decided = compared(bool(x), bool(y))  # an empty column is no 0
                 decided = -decided if key.descending != options["reverse"] else decided
             if decided:
                 return decided
@@ -40,7 +48,7 @@ def model(records, keys, place, options):
     ordered = sorted(records, key=functools.cmp_to_key(order))
     if not options["unique"]:
         return ordered
-    values = [[number(place(r, key)) if key.numeric else place(r, key) for key in keys] for r in ordered]
+    values = [[_value(place(r, key), key, options["apart"]) for key in keys] for r in ordered]
     return [r for i, r in enumerate(ordered) if i == 0 or values[i] != values[i - 1]]
 
 
@@ -49,8 +57,10 @@ class Random(BoxTest):
         """In two inputs, each with the header line if there is one; then whole, as it is and sorted."""
         order = {"reverse": dice.random() < 0.5, "empty_last": "csv" in options and dice.random() < 0.5}
         options |= {"keys": keys, "header": head != b"", "in_process": True, "temp_dir": self.temp, **order}
-        unique = dice.random() < 0.5
-        expected = head + b"".join(model(records, keys, place, {**order, "unique": unique}))
+        unique, complete = dice.random() < 0.5, dice.random() < 0.5
+        apart = complete and unique and "csv" in options
+        expected = head + b"".join(model(records, keys, place, {**order, "unique": unique, "apart": apart}))
+        options["complete"] = complete
         at = dice.randrange(len(records) + 1)
         files = [self.write("x", head + b"".join(records[:at])), self.write("y", head + b"".join(records[at:]))]
         self.expect_bytes(orkan.sort(files, stable=True, unique=unique, **options), expected)

@@ -4,6 +4,7 @@ import os
 import pickle
 import pathlib
 import resource
+import subprocess
 import unittest
 from unittest import mock
 
@@ -56,6 +57,46 @@ class Both:
         self.assertEqual(self.sort(paths), b"a\nb\nc\nd\n")
         self.assertEqual(self.sort(tuple(paths)), self.sort(iter(paths)))
         self.assertEqual(self.sort(paths[:1] * 2), b"b\nb\nd\nd\n")
+
+    # --- complete mode
+
+    def test_inputs_do_not_run_into_each_other(self):
+        paths = [self.write("x", "b"), self.write("y", "a\n")]
+        self.assertEqual(self.sort(paths), b"a\nb\n")
+        self.assertEqual(self.sort(paths[::-1], complete=False), b"a\nb\n")
+
+    def test_records_are_not_dropped_silently(self):
+        self.write("in", "bb\na\n")
+        with self.assertRaisesRegex(SortError, "in"):
+            self.sort("in", keys=(0, 3))
+        self.assertEqual(self.sort("in", keys=(0, 3), complete=False), b"bb\n")
+        self.assertEqual(self.sort("in", keys=(0, 3), errors="short"), b"bb\n")
+        self.assertEqual(self.read("short"), b"a\n")
+
+    def test_a_merge_with_headers(self):
+        paths = [self.write("x", "n\n1\n3\n"), self.write("y", "n\n2\n")]
+        self.assertEqual(self.sort(paths, csv=True, header=True, keys=1, merge=True), b"n\n1\n2\n3\n")
+
+    def test_a_pipe_among_the_inputs(self):
+        os.mkfifo("pipe")
+        writer = subprocess.Popen(["sh", "-c", "printf 'c\na\n' > pipe"])
+        self.assertEqual(self.sort([self.write("in", "b\n"), "pipe"]), b"a\nb\nc\n")
+        self.assertEqual(writer.wait(), 0)
+        with self.assertRaisesRegex(ValueError, "no regular file"):
+            self.sort("pipe", csv=True, header=True, keys=1)
+
+    def test_two_keys_on_one_column(self):
+        self.write("in.csv", "10\n9\n09\n")
+        self.assertEqual(self.sort("in.csv", csv=True, keys=[Key(1, numeric=True), 1]), b"09\n9\n10\n")
+
+    def test_the_callers_environment_does_not_matter_and_stays(self):
+        paths = [self.write("x", "a\n"), self.write("y", ""), self.write("z", "b\n")]
+        for value in None, "0", "1":
+            environment = {} if value is None else {"ORKAN_COMPLETE": value}
+            with mock.patch.dict("os.environ", environment):
+                self.assertEqual(self.sort(paths, merge=True), b"a\nb\n")
+                self.assertEqual(self.sort(paths, merge=True, complete=False), b"a\n")
+                self.assertEqual(os.environ.get("ORKAN_COMPLETE"), value)
 
     def test_output_in_place_of_an_input(self):
         self.write("in", "b\na\n")
@@ -141,7 +182,7 @@ class Both:
 
     def test_short_records(self):
         data = self.write("in", "x,2\nshort\ny,1\n")
-        self.assertEqual(self.sort(data, csv=True, keys=2), b"y,1\nx,2\n")
+        self.assertEqual(self.sort(data, csv=True, keys=2, complete=False), b"y,1\nx,2\n")
         self.assertEqual(self.sort(data, csv=True, keys=2, errors="errors"), b"y,1\nx,2\n")
         self.assertEqual(self.read("errors"), b"short\n")
         self.sort(data, errors="errors")
@@ -178,7 +219,7 @@ class Both:
             ([["none"], "out"], {}, "Failed to stat input file 1 [none]"),
             ([[data, "none"]], {"csv": True, "header": True}, "No such file or directory"),
             (["none"], {"csv": True, "header": True, "keys": "name"}, "No such file or directory"),
-            (["pipe"], {}, "is not a regular file"),
+            (["pipe"], {"complete": False}, "is not a regular file"),
             ([data, "none/out"], {}, "Output folder [none/] does not exist"),
             ([data, "."], {}, "Cannot create output file [.]"),
             ([data], {"errors": "none/errors"}, "No such file or directory"),
@@ -232,7 +273,7 @@ class Both:
         with self.assertRaisesRegex(ValueError, "too short"):
             self.is_sorted(self.write("in", "a\nbb\n"), keys=(0, 3))
         with self.assertRaisesRegex(ValueError, "quote of 'in' is not closed"):
-            self.is_sorted(self.write("in", 'a\n"b\n'), csv=True)
+            self.is_sorted(self.write("in", 'a\n"b\n'), csv=True, complete=False)
         with self.assertRaises(SortError):
             self.is_sorted("none")
 

@@ -6,6 +6,7 @@ import signal
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -15,6 +16,8 @@ del sys.argv[1:2]
 SIGNALS = [signal.SIGHUP, signal.SIGINT, signal.SIGQUIT, signal.SIGTERM, signal.SIGPIPE]
 RECORD = 100
 RECORDS = 400_000
+MOMENTS = 20  # for each signal and path
+HELD_BACK = 1_000_000  # bytes of the output that nobody reads: more than a pipe holds
 PATIENCE = 120  # seconds until a run counts as hanging; nothing is measured
 
 
@@ -49,17 +52,24 @@ class Signals(unittest.TestCase):
     def setUp(self):
         self.assertEqual(os.listdir(self.temp), [])
 
-    def start(self, *more, ignored=(), stdout=subprocess.PIPE):
+    def start(self, *more, ignored=(), stdout=subprocess.PIPE, stdin=None):
         """A run through the temporary file, with the signals as a shell hands them on. As long as nobody reads its
-        output it cannot end."""
+        output it cannot end. With `stdin` it sorts that."""
 
         def set_signals():
             for number in SIGNALS:
                 signal.signal(number, signal.SIG_IGN if number in ignored else signal.SIG_DFL)
 
-        arguments = [COMMAND, f"-L{RECORD}", "-K0,10", "-W16M", "-T", self.temp, *more, self.data]
+        arguments = [COMMAND, f"-L{RECORD}", "-K0,10", "-W16M", "-T", self.temp, *more]
+        if stdin is None:
+            arguments.append(self.data)
         run = subprocess.Popen(
-            arguments, stdout=stdout, stderr=subprocess.DEVNULL, preexec_fn=set_signals, restore_signals=False
+            arguments,
+            stdin=stdin,
+            stdout=stdout,
+            stderr=subprocess.DEVNULL,
+            preexec_fn=set_signals,
+            restore_signals=False,
         )
         if run.stdout is not None:
             self.addCleanup(run.stdout.close)
@@ -107,6 +117,51 @@ class Signals(unittest.TestCase):
             with self.subTest(number):
                 self.assertIn(run.wait(PATIENCE), (0, -number))
                 self.assertEqual(os.listdir(self.temp), [])
+
+    def start_merging(self, stdin=None):
+        """A run whose output is read but for the end, so that it works on without ending."""
+        run = self.start(stdin=stdin)
+
+        def read():
+            left = RECORD * RECORDS - HELD_BACK
+            while left > 0 and (data := run.stdout.read1(min(left, 1 << 20))):
+                left -= len(data)
+
+        reader = threading.Thread(target=read)
+        reader.start()
+        self.addCleanup(reader.join)
+        return run, reader
+
+    def test_at_any_moment_none_survives(self):
+        moments = random.Random(11)
+        began = time.monotonic()
+        with open(self.data, "rb") as data:
+            for stdin in (None, data):
+                run, reader = self.start_merging(stdin)
+                reader.join()
+                run.kill()
+                run.wait(PATIENCE)
+                os.remove(self.path_of(run))
+        whole = (time.monotonic() - began) / 2
+        died = 0
+        for number in SIGNALS * MOMENTS:
+            with open(self.data, "rb") as data:
+                runs = [(moments.uniform(0, whole), *self.start_merging(stdin)) for stdin in (None, data)]
+            waited = 0.0
+            for moment, run, _ in sorted(runs, key=lambda item: item[0]):
+                time.sleep(max(moment - waited, 0))
+                waited = moment
+                run.send_signal(number)
+            for _, run, reader in runs:
+                with self.subTest(number):
+                    status = run.wait(PATIENCE)
+                    self.assertEqual(status, -number)
+                    died += status == -number
+                reader.join()
+                run.stdout.close()
+            with self.subTest(number):
+                self.assertEqual(os.listdir(self.temp), [])
+        self.assertEqual(died, 2 * MOMENTS * len(SIGNALS))
 
     def test_several_signals_at_once(self):
         run = self.start_until_temporary_file()

@@ -54,6 +54,13 @@ class Records {
 
     [[nodiscard]] kx_list *list() const { return list_.get(); }
 
+    /// Exchanges two records' places in the list; their bytes stay where they are.
+    void swap(kx_i64 a, kx_i64 b) {
+        void *item = kx_list_get(list_.get(), a);
+        kx_list_set(list_.get(), a, kx_list_get(list_.get(), b));
+        kx_list_set(list_.get(), b, item);
+    }
+
     /// Record i as it stands in the temporary file.
     [[nodiscard]] std::string temporary(std::size_t i) const {
         const Sample &sample = samples_[i];

@@ -29,7 +29,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-extern "C" void __gcov_dump() __attribute__((weak)); // there in a coverage build
+extern "C" int __llvm_profile_write_file() __attribute__((weak)); // there in a coverage build
 
 namespace support {
 
@@ -88,8 +88,8 @@ void set_variable(const char *name, const std::optional<std::string> &value) {
 }
 
 [[noreturn]] void leave(int status) {
-    if (__gcov_dump != nullptr) {
-        __gcov_dump();
+    if (__llvm_profile_write_file != nullptr) {
+        __llvm_profile_write_file();
     }
     _exit(status);
 }

@@ -246,7 +246,8 @@ TEST_F(Writers, AFullDiskIsReported) {
 
 TEST_F(Writers, EveryFailingWriteAndACloseThatFailsAreReported) {
     configure(Form::lines);
-    const Records records(Form::lines, {{string(700000, 'a')}, {"b"}, {string(700000, 'c')}, {"d"}});
+    Records records(Form::lines, {{string(700000, 'a')}, {"b"}, {string(700000, 'c')}, {"d"}});
+    records.swap(0, 2); // neighbours would be written in one piece
     set_output(box.path("out"));
     const string message = "☆ Error occurred while writing output file [" + box.path("out") + "]!\n";
     for (int call = 1; call <= 4; ++call) {
@@ -256,6 +257,21 @@ TEST_F(Writers, EveryFailingWriteAndACloseThatFailsAreReported) {
     }
     const Fault fault({.site = kx_site::close});
     EXPECT_EQ(messages_of([&] { EXPECT_EQ(kx_outputFile_list(records.list(), nullptr), 1); }), message);
+}
+
+TEST_F(Writers, RecordsThatLieOneBehindTheOtherAreWrittenInOnePiece) {
+    configure(Form::lines);
+    Records records(Form::lines, {{string(400000, 'a')}, {string(400000, 'b')}, {string(400000, 'c')}, {"d"}});
+    set_output(box.path("out"));
+    const Fault in_order({.site = kx_site::write, .call = 1000});
+    EXPECT_EQ(kx_outputFile_list(records.list(), nullptr), 0);
+    EXPECT_EQ(Fault::calls(), 1);
+    EXPECT_EQ(box.read("out"), string(400000, 'a') + string(400000, 'b') + string(400000, 'c') + "d");
+    records.swap(0, 2);
+    const Fault mixed({.site = kx_site::write, .call = 1000});
+    EXPECT_EQ(kx_outputFile_list(records.list(), nullptr), 0);
+    EXPECT_GT(Fault::calls(), 1);
+    EXPECT_EQ(box.read("out"), string(400000, 'c') + string(400000, 'b') + string(400000, 'a') + "d");
 }
 
 TEST_F(Writers, StandardOutputThatFailsIsReported) {
