@@ -6,6 +6,7 @@
 
 #include "fuzz_input.h"
 #include "kx_memory/kx_memory.h"
+#include "kx_memory/kx_pool_poison.h"
 #include "kx_utils/kx_fault.h"
 #include "orkan/kx_run_state.h"
 
@@ -104,9 +105,20 @@ class PoolModel {
     template <class Operation> void give(Operation operation, Live::iterator at) {
         if (at != live_.end()) {
             operation(pool_, at->first);
+            check_poison(at->first, at->second.bytes);
             released_ = at->first;
             live_.erase(at);
         }
+    }
+
+    /// Under the address sanitizer nobody may look into what was released. Without a slot a block stays in use; and
+    /// back blocks fall to the tail, which may be in use, too.
+    void check_poison([[maybe_unused]] const char *p, [[maybe_unused]] kx_i64 bytes) const {
+#ifdef KX_POISONS_FREE_MEMORY
+        const bool nobodys = !refusing && pool_->edge_mmu->prev->status == kMmuFree;
+        check(bytes == 0 || !nobodys || (mmu::is_poisoned(p) && mmu::is_poisoned(p + bytes - 1)),
+              "what was released is nobody's");
+#endif
     }
 
     /// Releasing a block twice does no harm.

@@ -76,6 +76,28 @@ std::optional<PlainVector> read_plainly(const Texts &args) {
 
 bool same_text(const char *a, const char *b) { return a == nullptr || b == nullptr ? a == b : std::strcmp(a, b) == 0; }
 
+/// The bytes that a -W asks for: digits and at most one K or M, saturating; 0 where it is refused.
+kx_i64 plain_size(std::string text) {
+    const char suffix = text.empty() ? '\0' : text.back();
+    const int shift = is_one_of(suffix, "Kk") ? 10 : is_one_of(suffix, "Mm") ? 20 : 0;
+    if (suffix != '\0' && shift > 0) {
+        text.pop_back();
+    }
+    if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos) {
+        return 0;
+    }
+    const kx_i64 size = std::strtoll(text.c_str(), nullptr, 10);
+    return size > INT64_MAX >> shift ? INT64_MAX : size << shift;
+}
+
+/// Each -L must be a number, each -W a size.
+bool sizes_are_valid(const PlainVector &plain) {
+    return std::all_of(plain.options.begin(), plain.options.end(), [](const Option &o) {
+        const bool digits = !o.argument.empty() && o.argument.find_first_not_of("0123456789") == std::string::npos;
+        return o.letter == 'w' ? plain_size(o.argument) > 0 : o.letter != 'l' || digits;
+    });
+}
+
 void check_options(const ArgsInfo &args, const PlainVector &plain) {
     check(args.bCsv == (plain.count('c') > 0) && args.bStabilize == (plain.count('s') > 0) &&
               args.bUnique == (plain.count('u') > 0) && args.bNullLastOut == (plain.count('n') > 0) &&
@@ -86,7 +108,8 @@ void check_options(const ArgsInfo &args, const PlainVector &plain) {
               same_text(args.sep, plain.last('p')) && same_text(args.delimiter, plain.last('d')),
           "the last text of an option counts");
     check(args.recLen == (plain.last('l') == nullptr ? 0 : std::atol(plain.last('l'))), "the last -L counts");
-    check((args.totalMemSize > 0) == (plain.last('w') != nullptr), "-W is positive");
+    check(sizes_are_valid(plain), "sizes that are none are refused");
+    check(args.totalMemSize == (plain.last('w') == nullptr ? 0 : plain_size(plain.last('w'))), "the last -W counts");
     check(args.inFileNums == to_i64(plain.operands.size()), "each operand is an input");
     for (std::size_t i = 0; i < plain.operands.size(); ++i) {
         check(plain.operands[i] == args.arrInFile[i].path, "an input is its operand");

@@ -41,6 +41,9 @@ class FuzzState : public support::JobState {
   public:
     void TestBody() override {}
 
+    /// Of the output buffers: an output of a few records fills them, and to make them is cheap.
+    static constexpr kx_i64 kSmallBuffer = 1000;
+
     enum class Memory {
         pool,  ///< what fits comes from the pool
         system ///< every block is the system's own: the address sanitizer knows its bounds
@@ -56,6 +59,7 @@ class FuzzState : public support::JobState {
             }
         }
         memPool->autoExtend = 1;
+        kx_small.buffer = kSmallBuffer;
         configure(job);
     }
 

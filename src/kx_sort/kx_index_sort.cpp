@@ -229,7 +229,10 @@ template <class Items> class IndexSort {
                 items_.touch_fields(item(entries_.numbers[i + kFieldsAhead]), told.rule.number);
             }
             if (i + kTextsAhead < last) {
-                __builtin_prefetch(told.rule.bytes_of(view(i + kTextsAhead)).ptr + depth);
+                const Bytes text = told.rule.bytes_of(view(i + kTextsAhead));
+                if (text.len > depth) { // a field cut off has no place at all
+                    __builtin_prefetch(text.ptr + depth);
+                }
             }
             use(i, view(i));
         }

@@ -59,8 +59,8 @@ def of_manual_synopsis(text):
 
 
 def of_readme(text):
-    """The options in the code of the table "Options by example"."""
-    table = text[text.index("## Options by example") :]
+    """The options in the code of the table "Options at a glance"."""
+    table = text[text.index("## Options at a glance") :]
     rows = [line for line in table[: table.index("\n\nA key is")].splitlines() if line.startswith("|")]
     code = " ".join(" ".join(re.findall(r"`([^`]*)`", row)) for row in rows)
     return set(re.findall(r"(?:^|\s)-(Verbose|[A-Z])", code))

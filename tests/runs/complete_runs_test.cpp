@@ -85,10 +85,10 @@ void feed(const string &path, const string &data) {
 
 class CompletePipes : public testing::Test {
   protected:
-    Outcome run(const Args &args) {
-        const Outcome o = box.run({.args = args, .before = [this] {
+    Outcome run(const Args &args, const string &data = "id\nd\nb") {
+        const Outcome o = box.run({.args = args, .before = [this, &data] {
                                        choose_mode(true);
-                                       feed(box.path("p"), "id\nd\nb");
+                                       feed(box.path("p"), data);
                                        feed(box.path("q"), "ID\nc\n");
                                    }});
         unlink(box.path("p").c_str());
@@ -113,9 +113,23 @@ TEST_F(CompletePipes, AreReadToTheirEndBesideFiles) {
 TEST_F(CompletePipes, AreNamedByMessages) {
     const Outcome o = run({"-K1,1", "-P\\r", "q", "p"});
     EXPECT_EQ(o.status, 0) << o.err;
-    const Outcome lacking = run({"-K2,2", "q", "p"});
-    EXPECT_EQ(lacking.err,
-              kStart + "☆ Input file [p] has a record that lacks a sort key! Specify an error file (-E).\n" + kFailed);
+    box.write("a", "long\n");
+    for (const Args &names : {Args{"p", "a"}, Args{"a", "p"}}) {
+        Args args = names;
+        args.insert(args.begin(), "-K1,2");
+        EXPECT_EQ(run(args).err,
+                  kStart + "☆ Input file [p] has a record that lacks a sort key! Specify an error file (-E).\n" +
+                      kFailed);
+    }
+}
+
+TEST_F(CompletePipes, NoRecordReachesIntoTheNextInput) {
+    const string balance = "3,\"z\n";
+    box.write("a", balance);
+    const Outcome o = run({"-C", "p", "a"}, "1,a\n2,\"x\n");
+    EXPECT_EQ(o.status, 1);
+    EXPECT_TRUE(says(o, "☆不正なレコード長を検知しました！ \n")) << o.err;
+    EXPECT_EQ(run({"-C", "p"}, "1,a\n2,\"x\n" + balance).status, 0) << "in one input it is a quoted field";
 }
 
 TEST_F(CompletePipes, AreRefusedOtherwise) {

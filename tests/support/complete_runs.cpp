@@ -125,6 +125,7 @@ int CompleteRuns::sort(Path path, const std::vector<std::string> &arguments, kx_
         EXPECT_EQ(kx_pool_check(memPool), nullptr);
     }
     kx_CleanupGlobalVars(); // closes the error file, too
+    EXPECT_FALSE(completeMode || dataOrigin.inputs != nullptr) << "the next run begins anew";
     VERBOSE = 0;
     use_pool(kx_i64{1} << 16);
     return status;

@@ -143,8 +143,8 @@ TEST_F(MergeFixFails, WithoutWritingMoreThanABuffer) {
 }
 
 TEST_F(MergeFixFails, WithoutAListOfHeads) {
-    expect(of_size(96), "☆ Failed to allocate [96] bytes for block information management! \n",
-           "☆ブロック情報管理用[96]メモリの割当は失敗しました！ \n");
+    expect(of_size(192), "☆ Failed to allocate [192] bytes for block information management! \n",
+           "☆ブロック情報管理用[192]メモリの割当は失敗しました！ \n");
 }
 
 } // namespace
