@@ -2,6 +2,9 @@
 
 #ifdef __x86_64__
 #include <immintrin.h>
+#if __has_include(<sys/platform/x86.h>)
+#include <sys/platform/x86.h>
+#endif
 #endif
 
 namespace orkan {
@@ -70,11 +73,18 @@ kx_mask carried(kx_mask inside) { return static_cast<kx_mask>(static_cast<std::i
     }
 }
 
-kx_scan_kernel choose_kernel() {
+// What the C library has found out already: asking the processor again takes longer than a small sort in some virtual
+// machines.
+#if __has_include(<sys/platform/x86.h>)
+bool has_avx2_and_clmul() { return CPU_FEATURE_ACTIVE(AVX2) && CPU_FEATURE_ACTIVE(PCLMULQDQ); }
+#else
+bool has_avx2_and_clmul() {
     __builtin_cpu_init();
-    const bool fast = __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("pclmul") != 0;
-    return fast ? scan_avx2 : kx_scan_portably;
+    return __builtin_cpu_supports("avx2") != 0 && __builtin_cpu_supports("pclmul") != 0;
 }
+#endif
+
+kx_scan_kernel choose_kernel() { return has_avx2_and_clmul() ? scan_avx2 : kx_scan_portably; }
 
 #else
 
