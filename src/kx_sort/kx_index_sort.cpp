@@ -248,24 +248,55 @@ template <class Items> class IndexSort {
         return look_deeper(first, last, told);
     }
 
-    /// Makes the next 8 bytes of the group's texts their prefixes, where all go on. Texts that agree in these and more
-    /// are told as far as they do.
-    Next look_deeper(kx_i64 first, kx_i64 last, Told &told) {
+    /// What the texts of a group have in common.
+    struct Look {
+        kx_i64 shortest, longest; ///< bytes
+        kx_i64 common;            ///< leading bytes that all share
+    };
+
+    /// Makes the 8 bytes from `depth` on the prefixes of the group's texts.
+    Look look_at(kx_i64 first, kx_i64 last, const Told &told, kx_i64 depth) {
         const Bytes pattern = told.rule.bytes_of(view(first));
-        kx_i64 shortest = kAll, longest = 0, common = pattern.len;
+        Look seen{kAll, 0, pattern.len};
         for_group(first, last, told, [&](kx_i64 i, const auto &record) {
             const Bytes text = told.rule.bytes_of(record);
-            shortest = std::min(shortest, text.len);
-            longest = std::max(longest, text.len);
-            common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(common, text.len));
-            entries_.prefixes[i] = text.len > told.bytes ? told.rule.deeper(text, told.bytes) : 0;
+            seen.shortest = std::min(seen.shortest, text.len);
+            seen.longest = std::max(seen.longest, text.len);
+            seen.common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(seen.common, text.len));
+            entries_.prefixes[i] = text.len > depth ? told.rule.deeper(text, depth) : 0;
         });
-        if (shortest > told.bytes) {
-            const bool alike = common >= told.bytes + kPrefixSize;
-            told.bytes = alike ? common : told.bytes;
+        return seen;
+    }
+
+    /// How many leading bytes some texts of a large group share; it may be fewer for all of them.
+    [[nodiscard]] kx_i64 guess_common(kx_i64 first, kx_i64 last, const Told &told) const {
+        constexpr kx_i64 kLargeGroup = 64, kSamples = 8;
+        if (last - first < kLargeGroup) {
+            return told.bytes;
+        }
+        const Bytes pattern = told.rule.bytes_of(view(first));
+        kx_i64 common = pattern.len;
+        for (kx_i64 k = 1; k <= kSamples; ++k) {
+            const Bytes text = told.rule.bytes_of(view(first + k * (last - 1 - first) / kSamples));
+            common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(common, text.len));
+        }
+        return std::max(common, told.bytes);
+    }
+
+    /// Makes the next 8 bytes of the group's texts their prefixes, where all go on: those behind what the texts share.
+    Next look_deeper(kx_i64 first, kx_i64 last, Told &told) {
+        const kx_i64 guess = guess_common(first, last, told);
+        Look seen = look_at(first, last, told, guess);
+        told.bytes = std::max(std::min(guess, seen.common), told.bytes);
+        if (told.bytes < guess) {
+            seen = look_at(first, last, told, told.bytes);
+        }
+        if (seen.shortest > told.bytes) {
+            const bool alike = seen.common >= told.bytes + kPrefixSize;
+            told.bytes = alike ? seen.common : told.bytes;
             return alike ? Next::alike : Next::deeper;
         }
-        if (shortest == longest) {
+        if (seen.shortest == seen.longest) {
             return behind_equal_keys(told);
         }
         return told.rule.whole ? Next::compare : Next::shorter_first;

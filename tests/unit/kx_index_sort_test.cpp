@@ -64,6 +64,29 @@ TEST_F(IndexSort, TextKeysOfEveryLength) {
     }
 }
 
+// What a few records share is a guess at what all of a large group share: one record here and there shares less.
+TEST_F(IndexSort, SharedBeginningsOfWhichAFewRecordsShareLess) {
+    constexpr std::size_t kWidth = 40, kRecords = 1000;
+    set_fixed(to_i64(kWidth));
+    for (const std::int32_t sequence : {kSeqAsc, kSeqDesc}) {
+        set_keys({key(0, static_cast<std::int32_t>(kWidth), kTypeAscii, sequence)});
+        for (std::size_t shared = 0; shared < kWidth; shared += 3) {
+            std::mt19937 random(static_cast<unsigned>(shared));
+            string bytes;
+            for (std::size_t i = 0; i < kRecords; ++i) {
+                const std::size_t differs_at = i % 333 == 7 ? random() % (shared + 1) : shared;
+                string record(kWidth, 'p');
+                for (std::size_t at = differs_at; at < kWidth; ++at) {
+                    record[at] = static_cast<char>('a' + random() % 4);
+                }
+                bytes += record;
+            }
+            SCOPED_TRACE(shared);
+            expect_sorted(bytes);
+        }
+    }
+}
+
 TEST_F(IndexSort, NumericKeysOfEveryLength) {
     set_fixed(24);
     for (const std::int32_t length : {0, 1, 2, 5, 7, 8, 9, 12, 18, 19, 20, 24}) {
