@@ -1,6 +1,7 @@
 // kx_entries.cpp: radix sort (Knuth, The Art of Computer Programming 3, 5.2.5) by as many 11-bit digits as tell most of
 // the entries apart, counted from the highest bit in which any two differ: least significant of them first
-// (algorithm R), then group by group where more digits are needed. Few entries are merged and inserted instead.
+// (algorithm R), then group by group where more digits are needed. Few entries are merged and inserted instead, and
+// very many are told apart by their highest digit first, so that the rest happens within the processor's caches.
 #include "kx_sort/kx_entries.h"
 
 #include <bit>
@@ -15,7 +16,8 @@ constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
 constexpr int kMostDigits = 6; ///< 6 x 11 bits cover the 64 of a prefix
 constexpr int kSpareBits = 8;  ///< sorted by, beyond those that number the entries: text spreads unevenly
 constexpr kx_i64 kFewEntries = 24;
-constexpr kx_i64 kSomeEntries = 2048; ///< below, merging beats histograms of 2,048 buckets
+constexpr kx_i64 kSomeEntries = 2048;    ///< below, merging beats histograms of 2,048 buckets
+constexpr kx_i64 kManyEntries = 1 << 20; ///< from here on they no longer lie in the processor's caches
 
 using Histogram = std::array<kx_item_number, kBuckets>;
 
@@ -40,10 +42,12 @@ kx_prefix varying_bits(const kx_entries &entries, kx_i64 n) {
 
 int bits_of(std::uint64_t value) { return static_cast<int>(std::bit_width(value)); }
 
+/// Of many entries with more than two digits only the highest: each group then fits the processor's caches.
 Digits choose_digits(kx_prefix varying, kx_i64 n) {
     const int bits = bits_of(varying);
     const int enough = bits_of(static_cast<std::uint64_t>(n)) + kSpareBits;
-    const int count = (std::min(bits, enough) + kDigitBits - 1) / kDigitBits;
+    const int needed = (std::min(bits, enough) + kDigitBits - 1) / kDigitBits;
+    const int count = n >= kManyEntries && needed > 2 ? 1 : needed;
     return {std::max(bits - count * kDigitBits, 0), count};
 }
 
