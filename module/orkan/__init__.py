@@ -9,7 +9,9 @@
 `raw` is the plain call beneath: a list of command-line arguments in, a status out.
 """
 
-from _orkan import orkan as raw
+from collections.abc import Callable
+
+import _orkan
 
 from ._errors import SortError
 from ._key import Key
@@ -17,3 +19,5 @@ from ._sort import is_sorted, sort
 
 __all__ = ["Key", "SortError", "is_sorted", "raw", "sort"]
 __version__ = "3.0.0"
+
+raw: Callable[[list[str]], int] = _orkan.orkan

@@ -26,7 +26,7 @@ class SortError(Exception):
 
 @contextlib.contextmanager
 def system_errors() -> Iterator[None]:
-    """Files that cannot be reached are the same failure here as inside the sort."""
+    """Files that cannot be reached are the same failure in Python as inside the sort."""
     try:
         yield
     except OSError as error:

@@ -8,15 +8,17 @@ import shutil
 import tempfile
 from collections.abc import Iterable, Iterator, Sequence
 
-from ._errors import system_errors
-from ._texts import Path, operand, option_path, same_file
+from ._texts import Path, is_special, operand, option_path, same_file
+
+# Linux follows no more in one path.
+MOST_LINKS = 40
 
 
 def input_paths(inputs: Path | Iterable[Path]) -> list[str]:
     """One path or several."""
     if isinstance(inputs, (str, bytes, os.PathLike)):
         inputs = [inputs]
-    paths = [operand("inputs", path) for path in inputs]
+    paths = [for_every_process(operand("inputs", path)) for path in inputs]
     if not paths:
         raise ValueError("inputs: there are none")
     return paths
@@ -25,21 +27,52 @@ def input_paths(inputs: Path | Iterable[Path]) -> list[str]:
 def output_path(output: Path | None, inputs: Sequence[str], merge: bool) -> str | None:
     if output is None:
         return None
-    path = option_path("output", output)
-    if merge and is_among(path, inputs):
-        raise ValueError(f"output: a merge reads {path!r} while it writes")
+    path = _written_path("output", output)
+    if is_among(path, inputs):
+        if merge:
+            raise ValueError(f"output: a merge reads {path!r} while it writes")
+        if is_special(path):
+            raise ValueError(f"output: {path!r} is an input and no regular file")
     return path
 
 
 def errors_path(errors: Path | None, inputs: Sequence[str], output: str | None) -> str | None:
     if errors is None:
         return None
-    path = option_path("errors", errors)
+    path = _written_path("errors", errors)
     if is_among(path, inputs):
         raise ValueError(f"errors: {path!r} is an input")
     if output is not None and same_file(path, output):
         raise ValueError(f"errors: {path!r} is the output")
     return path
+
+
+def _written_path(name: str, path: Path) -> str:
+    text = option_path(name, path)
+    if for_every_process(text) != text:
+        raise ValueError(f"{name}: {text!r} is an open file of this process, and another one in its child")
+    return text
+
+
+def for_every_process(path: str) -> str:
+    """Another name for what every process has of its own, as /dev/stdin: that which a child, too, finds it by."""
+    ours = os.path.realpath("/proc/self") + os.sep
+    place = path
+    for _ in range(MOST_LINKS):
+        folder = os.path.realpath(os.path.dirname(place))
+        place = os.path.join(folder, os.path.basename(place))
+        if place.startswith(ours):
+            return place
+        if not os.path.islink(place):
+            break
+        place = os.path.join(folder, os.readlink(place))
+    return path
+
+
+def check_regular(inputs: Sequence[str]) -> None:
+    for path in inputs:
+        if is_special(path):
+            raise ValueError(f"inputs: {path!r} is no regular file, and would have to be read twice")
 
 
 def check_ends(inputs: Sequence[str], newline: str) -> None:
@@ -66,8 +99,8 @@ def is_among(path: str, inputs: Sequence[str]) -> bool:
 
 def make_errors_file(path: str) -> None:
     """Empty, for the library makes none for some formats and may go on without one that it cannot make."""
-    if os.path.isfile(path) or not os.path.exists(path):
-        with system_errors(), open(path, "wb"):
+    if not is_special(path):
+        with open(path, "wb"):
             pass
 
 
@@ -75,14 +108,12 @@ def make_errors_file(path: str) -> None:
 def in_place_of(path: str) -> Iterator[str]:
     """A new file beside an existing one, which it replaces when all has gone well."""
     path = os.path.realpath(path)
-    with system_errors():
-        descriptor, new = tempfile.mkstemp(prefix=".orkan-", dir=os.path.dirname(path))
+    descriptor, new = tempfile.mkstemp(prefix=".orkan-", dir=os.path.dirname(path))
     os.close(descriptor)
     try:
         yield new
-        with system_errors():
-            shutil.copymode(path, new)
-            os.replace(new, path)
+        shutil.copymode(path, new)
+        os.replace(new, path)
     except BaseException:
         with contextlib.suppress(OSError):
             os.unlink(new)

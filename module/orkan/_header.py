@@ -6,9 +6,7 @@ such a header is refused here, for the sort would tear it apart.
 
 from __future__ import annotations
 
-import os
-
-from ._errors import system_errors
+from ._texts import is_special
 
 # The library looks no further for the header's end.
 SEARCH_LIMIT = 1024 * 1024
@@ -24,12 +22,12 @@ def header_length(path: str, newline: bytes) -> int:
 
 
 def _header_line(path: str, newline: bytes) -> tuple[bytes, bool]:
-    if os.path.exists(path) and not os.path.isfile(path):
+    if is_special(path):
         raise ValueError(f"header: {path!r} is no regular file, and reading its header would take it away")
-    with system_errors(), open(path, "rb") as file:
+    with open(path, "rb") as file:
         line, found, _ = file.read(SEARCH_LIMIT).partition(newline)
     if line.count(QUOTE) % 2 != 0:
-        raise ValueError(f"header: the header of {path!r} does not end in its first line")
+        raise ValueError(f"header: the header of {path!r} has an unpaired quote in its first line, and may not end there")
     return line, bool(found)
 
 
@@ -53,17 +51,18 @@ def _unquoted(field: bytes) -> bytes:
 
 
 class Header:
-    """The column names of one file."""
+    """The column names of one file; none of an empty one."""
 
     def __init__(self, path: str, delimiter: bytes, newline: bytes) -> None:
-        line, _ = _header_line(path, newline)
+        line, ended = _header_line(path, newline)
+        fields = _fields(line.removeprefix(BYTE_ORDER_MARK), delimiter) if line or ended else []
         self.path = path
-        self.names = [_unquoted(field) for field in _fields(line.removeprefix(BYTE_ORDER_MARK), delimiter)]
+        self.names = [_unquoted(field) for field in fields]
 
     def column(self, name: str) -> int:
         wanted = name.encode("utf-8")
         if self.names.count(wanted) == 1:
             return self.names.index(wanted) + 1
-        known = ", ".join(repr(known.decode("utf-8", "replace")) for known in self.names)
+        known = ", ".join(repr(known.decode("utf-8", "replace")) for known in self.names) or "no header"
         number = "no column" if wanted not in self.names else "several columns"
         raise ValueError(f"keys: {number} named {name!r} in {self.path!r}, which has {known}")

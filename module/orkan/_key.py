@@ -24,7 +24,7 @@ def checked_number(name: str, value: object, least: int, largest: int) -> int:
         raise TypeError(f"{name} must be an integer, not {value!r}")
     if not least <= value <= largest:
         raise ValueError(f"{name} must be from {least} to {largest}, not {value}")
-    return value
+    return int(value)  # without a text of its own, as an Enum's members have
 
 
 @dataclasses.dataclass(frozen=True)
@@ -69,7 +69,8 @@ class Key:
 
     def argument(self, reverse: bool) -> str:
         """The key as the command takes it; a name is a number by then."""
-        place = f"{self.position},{self.length}" if self.column is None else str(self.column)
+        numbers = (self.column, self.position, self.length)
+        place = ",".join(str(int(number)) for number in numbers if number is not None)
         return place + ("n" if self.numeric else "") + ("d" if self.descending != reverse else "a")
 
 

@@ -65,7 +65,7 @@ class Layout:
         """The options of the command, with names looked up in the inputs' headers."""
         arguments = []
         if self.record_length is not None:
-            arguments += ["-L", str(self.record_length)]
+            arguments += ["-L", str(int(self.record_length))]
         elif self.newline != "\n":
             arguments += ["-P", NEWLINES[self.newline]]
         if self.csv:
@@ -84,6 +84,8 @@ class Layout:
         numbered = list(self.keys)
         if self.header:
             headers = [Header(path, self.delimiter.encode(), self.newline.encode()) for path in inputs]
+            if self.complete:  # where an empty input has neither header nor records
+                headers = [header for header in headers if header.names] or headers
             numbered = [_with_number(key, headers) for key in numbered]
         if not self.complete and self.csv and len({key.column for key in numbered}) < len(numbered):
             raise ValueError("keys: two keys on one column")

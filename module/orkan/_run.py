@@ -9,20 +9,28 @@ import contextlib
 import dataclasses
 import json
 import os
+import signal
+import socket
 import subprocess
 import sys
 import tempfile
 from collections.abc import Iterator, Sequence
-from typing import BinaryIO
+from typing import Any, BinaryIO
 
 import _orkan
 
-from ._errors import SortError, system_errors
-from ._texts import Path, option_path
+from ._errors import SortError
+from ._texts import Path, operand, option_path
 
 EXTENSION = os.path.abspath(_orkan.__file__)
 WORKER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "_worker.py")
 STANDARD_ERROR = 2
+
+# For the caller and not for its child: a terminal sends the first three to both, and others may send any so.
+CALLERS_SIGNALS = (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP, signal.SIGTERM)
+
+# With these an interpreter adds lines to the messages, or does not end.
+TALKATIVE = ("PYTHONVERBOSE", "PYTHONINSPECT")
 
 # Read by the library when a run starts.
 COMPLETE = "ORKAN_COMPLETE"
@@ -46,17 +54,19 @@ class How:
 @contextlib.contextmanager
 def temporary_folder(parent: Path | None) -> Iterator[str]:
     """A new folder in `parent`, or where the system keeps such folders."""
-    where = tempfile.gettempdir() if parent is None else os.fsdecode(parent)
-    option_path("temp_dir", os.path.join(os.path.abspath(where), "orkan"))
-    with contextlib.ExitStack() as stack:
-        with system_errors():
-            where = os.path.abspath(where)
-            folder = tempfile.TemporaryDirectory(prefix="orkan-", dir=where, ignore_cleanup_errors=True)
-        yield stack.enter_context(folder)
+    where = os.path.abspath(tempfile.gettempdir() if parent is None else operand("temp_dir", parent))
+    option_path("temp_dir", os.path.join(where, "orkan"))
+    with tempfile.TemporaryDirectory(prefix="orkan-", dir=where, ignore_cleanup_errors=True) as folder:
+        yield folder
 
 
-def run(arguments: Sequence[str], inputs: Sequence[str], output: str | None, folder: str, how: How) -> bytes:
-    """The records when there is no output, else nothing. A failure is a SortError."""
+def run(
+    arguments: Sequence[str], inputs: Sequence[str], output: str | None, folder: str, how: How, passing: bool = False
+) -> bytes:
+    """The records when there is no output, else nothing. A failure is a SortError.
+
+    passing: the output is a temporary file itself, and goes with the folder when the caller ends before its child.
+    """
     words = ["-T", folder, *arguments]
     operands = ["--", *inputs]  # an input may begin with a dash
     with tempfile.TemporaryFile(dir=folder) as standard_error:
@@ -65,7 +75,8 @@ def run(arguments: Sequence[str], inputs: Sequence[str], output: str | None, fol
             status = _in_this_process([*words, "-O", target, *operands], how, standard_error)
         else:
             words += [] if output is None else ["-O", output]
-            status, records = _in_child([*words, *operands], how, folder, standard_error)
+            job = {"arguments": [*words, *operands], "folder": folder, "file": output if passing else None}
+            status, records = _in_child(job, how, standard_error)
         if status != 0:
             raise SortError(status, _messages(standard_error))
     if how.in_process:
@@ -88,16 +99,21 @@ def _messages(standard_error: BinaryIO) -> list[str]:
 
 def _in_this_process(arguments: list[str], how: How, standard_error: BinaryIO) -> int:
     """The file stands for the standard error of the whole process meanwhile."""
-    if sys.stderr is not None:
+    with contextlib.suppress(AttributeError, ValueError, OSError):  # there may be none, or a closed one
         sys.stderr.flush()
-    kept = os.dup(STANDARD_ERROR)
+    kept = None
+    with contextlib.suppress(OSError):
+        kept = os.dup(STANDARD_ERROR)
     try:
         os.dup2(standard_error.fileno(), STANDARD_ERROR)
         with _environment(how.environment()):
             return _orkan.orkan(arguments)
     finally:
-        os.dup2(kept, STANDARD_ERROR)
-        os.close(kept)
+        if kept is None:
+            os.close(STANDARD_ERROR)
+        else:
+            os.dup2(kept, STANDARD_ERROR)
+            os.close(kept)
 
 
 @contextlib.contextmanager
@@ -114,34 +130,56 @@ def _environment(changes: dict[str, str]) -> Iterator[None]:
                 os.environ[name] = value
 
 
-def _in_child(arguments: list[str], how: How, folder: str, standard_error: BinaryIO) -> tuple[int, bytes]:
+def _in_child(job: dict[str, Any], how: How, standard_error: BinaryIO) -> tuple[int, bytes]:
     """What the child writes to its standard output is returned; with an output file that is nothing."""
     if not sys.executable:
         raise RuntimeError("there is no interpreter to run the sort: use in_process=True")
-    command = [sys.executable, "-S", WORKER, EXTENSION]
-    job = json.dumps({"arguments": arguments, "folder": folder}).encode()
-    environment = os.environ | how.environment()
-    with system_errors():
-        child = subprocess.Popen(
-            command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=standard_error, env=environment
-        )
-    assert child.stdin is not None and child.stdout is not None
-    try:
-        with contextlib.suppress(BrokenPipeError):  # its end tells more
-            child.stdin.write(len(job).to_bytes(8, "big") + job)
-            child.stdin.flush()
+    message = json.dumps(job).encode()
+    ours, theirs = socket.socketpair()
+    with contextlib.ExitStack() as stack:
+        stack.enter_context(ours)
+        with theirs, _callers_signals_blocked():
+            child = _start(theirs, how, standard_error)
+            stack.callback(_dismiss, child, ours)
+        with contextlib.suppress(OSError):  # its end tells more
+            ours.sendall(len(message).to_bytes(8, "big") + message, socket.MSG_NOSIGNAL)
+        assert child.stdout is not None
         records = child.stdout.read()
-        return child.wait(), records
+        return _status(child, ours), records
+
+
+def _start(channel: socket.socket, how: How, standard_error: BinaryIO) -> subprocess.Popen[bytes]:
+    environment = {name: value for name, value in os.environ.items() if name not in TALKATIVE}
+    return subprocess.Popen(
+        [sys.executable, "-S", WORKER, EXTENSION],
+        stdin=channel,
+        stdout=subprocess.PIPE,
+        stderr=standard_error,
+        env=environment | how.environment(),
+    )
+
+
+@contextlib.contextmanager
+def _callers_signals_blocked() -> Iterator[None]:
+    """A process that is started meanwhile keeps them blocked."""
+    before = signal.pthread_sigmask(signal.SIG_BLOCK, CALLERS_SIGNALS)
+    try:
+        yield
     finally:
-        _dismiss(child)
+        signal.pthread_sigmask(signal.SIG_SETMASK, before)
 
 
-def _dismiss(child: subprocess.Popen[bytes]) -> None:
-    """Ends a child that still runs: it stops at a byte, and at the end of the pipe. Then it is waited for."""
-    assert child.stdin is not None and child.stdout is not None
-    with contextlib.suppress(BrokenPipeError):
-        if child.returncode is None:
-            child.stdin.write(b"\n")
-        child.stdin.close()
+def _status(child: subprocess.Popen[bytes], channel: socket.socket) -> int:
+    """As the child tells it: its own may be lost, where the caller ignores SIGCHLD or waits for any child."""
+    with contextlib.suppress(OSError, ValueError):
+        return int(channel.recv(16))
+    return child.wait() or 1  # it ended without a word
+
+
+def _dismiss(child: subprocess.Popen[bytes], channel: socket.socket) -> None:
+    """Ends a child that still runs, also where other processes have the channel by now, and waits for it."""
+    with contextlib.suppress(OSError):
+        channel.shutdown(socket.SHUT_WR)
+    assert child.stdout is not None
     child.stdout.close()
     child.wait()

@@ -5,11 +5,12 @@ from __future__ import annotations
 import os
 import re
 from collections.abc import Iterable, Sequence
-from typing import Any
+from typing import Any, overload
 
 from ._errors import system_errors
 from ._files import (
     check_ends,
+    check_regular,
     ends_with,
     errors_path,
     in_place_of,
@@ -34,6 +35,55 @@ CHUNK = MEBIBYTE
 SWITCHES = {"stable": "-S", "unique": "-U", "merge": "-M"}
 
 
+@overload
+def sort(
+    inputs: Path | Iterable[Path],
+    output: None = None,
+    *,
+    keys: KeyLike | Sequence[KeyLike] | None = None,
+    record_length: int | None = None,
+    csv: bool = False,
+    delimiter: str = ",",
+    newline: str = "\n",
+    header: bool = False,
+    stable: bool = False,
+    unique: bool = False,
+    reverse: bool = False,
+    empty_last: bool = False,
+    merge: bool = False,
+    memory: int | str | None = None,
+    temp_dir: Path | None = None,
+    errors: Path | None = None,
+    complete: bool = True,
+    in_process: bool = False,
+) -> bytes: ...
+
+
+@overload
+def sort(
+    inputs: Path | Iterable[Path],
+    output: Path,
+    *,
+    keys: KeyLike | Sequence[KeyLike] | None = None,
+    record_length: int | None = None,
+    csv: bool = False,
+    delimiter: str = ",",
+    newline: str = "\n",
+    header: bool = False,
+    stable: bool = False,
+    unique: bool = False,
+    reverse: bool = False,
+    empty_last: bool = False,
+    merge: bool = False,
+    memory: int | str | None = None,
+    temp_dir: Path | None = None,
+    errors: Path | None = None,
+    complete: bool = True,
+    in_process: bool = False,
+) -> None: ...
+
+
+@system_errors()
 def sort(
     inputs: Path | Iterable[Path],
     output: Path | None = None,
@@ -107,12 +157,13 @@ def sort(
             return run(arguments, sources, None, folder, how)
         if is_among(target, sources):
             with in_place_of(target) as new:
-                run(arguments, sources, new, folder, how)
+                run(arguments, sources, new, folder, how, passing=True)
         else:
             run(arguments, sources, target, folder, how)
     return None
 
 
+@system_errors()
 def is_sorted(
     inputs: Path | Iterable[Path],
     *,
@@ -124,11 +175,14 @@ def is_sorted(
     header: bool = False,
     reverse: bool = False,
     empty_last: bool = False,
+    memory: int | str | None = None,
     temp_dir: Path | None = None,
     complete: bool = True,
     in_process: bool = False,
 ) -> bool:
     """Whether every input by itself is in the order that `sort` gives records; equal ones may follow in any order.
+
+    inputs: a path or several, of regular files. The options are those of `sort`.
 
     It sorts each input into a temporary file and compares, so it takes a sort's time and memory, and as much room in
     `temp_dir` as the largest input. Raises SortError as `sort` does, and ValueError for an input with records that the
@@ -147,12 +201,11 @@ def is_sorted(
     )
     how = How(complete=complete, in_process=checked_flag("in_process", in_process))
     sources = input_paths(inputs)
-    arguments = ["-S", *layout.arguments(sources)]
-    for path in sources:
-        with temporary_folder(temp_dir) as folder:
-            if not _one_is_sorted(path, layout, arguments, folder, how):
-                return False
-    return True
+    check_regular(sources)
+    options = ["-S", *_memory_argument(memory)]
+    jobs = [(path, [*options, *layout.arguments([path])]) for path in sources if os.path.getsize(path) > 0]
+    with temporary_folder(temp_dir) as folder:
+        return all(_one_is_sorted(path, layout, arguments, folder, how) for path, arguments in jobs)
 
 
 def _switches(**flags: bool) -> list[str]:
@@ -172,10 +225,8 @@ def _memory_argument(memory: int | str | None) -> list[str]:
 
 
 def _one_is_sorted(path: str, layout: Layout, arguments: list[str], folder: str, how: How) -> bool:
-    with system_errors():
-        size = os.path.getsize(path)
     newline = layout.newline.encode()
-    if size <= (header_length(path, newline) if layout.header else 0):
+    if layout.header and os.path.getsize(path) <= header_length(path, newline):
         return True
     output, short = os.path.join(folder, "sorted"), os.path.join(folder, "short")
     make_errors_file(short)
@@ -190,7 +241,7 @@ def _same_records(path: str, output: str, newline: bytes) -> bool:
     added = b"" if ends_with(path, newline) else newline
     if os.path.getsize(output) != os.path.getsize(path) + len(added):
         raise ValueError(f"inputs: a quote of {path!r} is not closed")
-    with system_errors(), open(path, "rb") as before, open(output, "rb") as after:
+    with open(path, "rb") as before, open(output, "rb") as after:
         while expected := before.read(CHUNK):
             if after.read(len(expected)) != expected:
                 return False

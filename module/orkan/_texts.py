@@ -15,6 +15,8 @@ WHITE_SPACE = " \t\n\v\f\r"
 
 def checked_text(name: str, text: str) -> str:
     """The text, which C can hold and UTF-8 can express."""
+    if not isinstance(text, str):
+        raise TypeError(f"{name} must be a text, not {text!r}")
     if "\0" in text:
         raise ValueError(f"{name}: a NUL character in {text!r}")
     try:
@@ -40,6 +42,11 @@ def option_path(name: str, path: Path) -> str:
     if text[-1] in WHITE_SPACE:
         raise ValueError(f"{name}: white space at the end of {text!r}")
     return os.path.join(os.curdir, text) if text[0] in WHITE_SPACE else text
+
+
+def is_special(path: str) -> bool:
+    """Whether there is something at the path that is no regular file."""
+    return os.path.exists(path) and not os.path.isfile(path)
 
 
 def same_file(a: str, b: str) -> bool:

@@ -1,10 +1,12 @@
-"""_worker.py EXTENSION: runs one sort for the process that started it, which hands over the job on standard input.
+"""_worker.py EXTENSION: runs one sort for the process that started it.
 
-The sort itself is a child of this process, for it cannot be interrupted. This one waits for it, and for the end of
-standard input or anything more on it: then the process above has given up or is gone, and the sort ends with its
-temporary files. Run as a file, it needs nothing of the package.
+Standard input is a channel both ways: a job comes in, and the status goes out, that of a signal negative. The sort
+itself is a child of this process, for it cannot be interrupted. This one waits for it, and for the channel's end: then
+the process above has given up or is gone, and the sort ends with its temporary files. SIGINT and its like are for the
+process above, which starts this one with them blocked. Run as a file, it needs nothing of the package.
 """
 
+import contextlib
 import ctypes
 import importlib.util
 import json
@@ -14,14 +16,14 @@ import signal
 import sys
 import threading
 
-STANDARD_INPUT = 0
+CHANNEL = 0
 SET_PARENT_DEATH_SIGNAL = 1  # of Linux's prctl
 
 
 def received(count):
     data = b""
     while len(data) < count:
-        more = os.read(STANDARD_INPUT, count - len(data))
+        more = os.read(CHANNEL, count - len(data))
         if not more:
             sys.exit(1)  # nobody waits for us any more
         data += more
@@ -50,36 +52,39 @@ def start_sort(extension, arguments):
     child = os.fork()
     if child == 0:
         die_with(us)
+        os.dup2(os.open(os.devnull, os.O_RDONLY), CHANNEL)
         sys.exit(sort(extension, arguments))
     return child
 
 
-def end_like(status):
-    code = os.waitstatus_to_exitcode(status)
-    if code < 0:
-        if -code != signal.SIGKILL:
-            signal.signal(-code, signal.SIG_DFL)
-        os.kill(os.getpid(), -code)
-    sys.exit(code)
+def could_tell(status):
+    with contextlib.suppress(OSError):
+        return os.write(CHANNEL, str(status).encode()) > 0
+    return False
+
+
+def remove_files(job):
+    shutil.rmtree(job["folder"], ignore_errors=True)
+    if job["file"] is not None:
+        with contextlib.suppress(OSError):
+            os.unlink(job["file"])
 
 
 def main():
-    for number in (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP):
-        signal.signal(number, signal.SIG_IGN)  # a terminal's signals are for the process above
+    signal.signal(signal.SIGCHLD, signal.SIG_DFL)  # a caller may ignore it, and then there is nothing to wait for
     job = read_job()
     child = start_sort(sys.argv[1], job["arguments"])
     stopped = threading.Event()
 
-    def stop_when_told():
-        os.read(STANDARD_INPUT, 1)
+    def stop_at_the_end():
+        os.read(CHANNEL, 1)
         stopped.set()
         os.kill(child, signal.SIGKILL)
 
-    threading.Thread(target=stop_when_told, daemon=True).start()
+    threading.Thread(target=stop_at_the_end, daemon=True).start()
     _, status = os.waitpid(child, 0)
-    if stopped.is_set():
-        shutil.rmtree(job["folder"], ignore_errors=True)
-    end_like(status)
+    if stopped.is_set() or not could_tell(os.waitstatus_to_exitcode(status)):
+        remove_files(job)
 
 
 if __name__ == "__main__":

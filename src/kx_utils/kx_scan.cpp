@@ -2,7 +2,7 @@
 
 #ifdef __x86_64__
 #include <immintrin.h>
-#if __has_include(<sys/platform/x86.h>)
+#if __has_include(<sys/platform/x86.h>) && !defined(__clang__) // clang knows no _Bool in C++
 #include <sys/platform/x86.h>
 #endif
 #endif
@@ -75,7 +75,7 @@ kx_mask carried(kx_mask inside) { return static_cast<kx_mask>(static_cast<std::i
 
 // What the C library has found out already: asking the processor again takes longer than a small sort in some virtual
 // machines.
-#if __has_include(<sys/platform/x86.h>)
+#ifdef CPU_FEATURE_ACTIVE
 bool has_avx2_and_clmul() { return CPU_FEATURE_ACTIVE(AVX2) && CPU_FEATURE_ACTIVE(PCLMULQDQ); }
 #else
 bool has_avx2_and_clmul() {
