@@ -7,7 +7,8 @@
 // The prefix is an order-preserving integer of a key, so the same sort serves text, numbers and both directions. What
 // the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
 // the other one give the same order. The slots serve as half of the scratch memory meanwhile. For unique output equal
-// keys that are met on the way are dropped from the index, so that nobody has to compare them again.
+// keys that are met on the way are dropped from the index, so that nobody has to compare them again; where there are
+// many (kx_distinct.h), most are dropped before the sort.
 //
 // Verbose runs count comparator calls and so compare throughout, as do small indexes.
 #include "kx_sort/kx_index_sort.h"
@@ -15,6 +16,7 @@
 #include <bit>
 #include <cstdlib>
 
+#include "kx_sort/kx_distinct.h"
 #include "kx_sort/kx_entries.h"
 #include "kx_utils/kx_system_memory.h"
 
@@ -22,7 +24,8 @@ namespace orkan {
 
 namespace {
 
-constexpr kx_i64 kSmallIndex = 512; ///< below, three allocations and the histograms cost more than they save
+constexpr kx_i64 kSmallIndex = 512;  ///< below, three allocations and the histograms cost more than they save
+constexpr kx_i64 kManyItems = 65536; ///< from here on duplicates are looked for before a sort
 constexpr kx_i64 kMostRecords = std::numeric_limits<kx_item_number>::max();
 constexpr int kDeepest = 64; ///< groups within groups; then the comparator takes over
 
@@ -47,6 +50,7 @@ struct FixedItems {
     static auto view(const void *item) { return fixed_item(item); }
     static kx_i64 stride() { return argsInfo.recLen; }
     static void touch(const void * /*item*/) {}
+    static void touch_bytes(const void *item) { kx_touch(view(item).record); }
     static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
@@ -55,6 +59,7 @@ struct VariableItems {
     static auto view(const void *item) { return variable_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo); }
     static void touch(const void *item) { __builtin_prefetch(item); }
+    static void touch_bytes(const void *item) { kx_touch(view(item).record); }
     static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
@@ -63,6 +68,10 @@ struct CsvItems {
     static auto view(const void *item) { return csv_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo_csv); }
     static void touch(const void *item) { __builtin_prefetch(item); }
+    static void touch_bytes(const void *item) {
+        kx_touch(view(item).record);
+        touch_fields(item, 0);
+    }
     static void touch_fields(const void *item, kx_i64 key) {
         __builtin_prefetch(static_cast<const RecordInfo_csv *>(item)->keyInfo + key);
     }
@@ -91,6 +100,9 @@ template <class Items> class IndexSort {
 
     /// The number of items left, which is n but for unique output: of equal keys it keeps the first.
     kx_i64 sort(void **slots, kx_i64 n) {
+        if (drops_ && n >= kManyItems) { // the table stands where the entries will
+            n = kx_drop_frequent(items_, slots, n, reinterpret_cast<char *>(entries_.prefixes));
+        }
         switch (take_entries(slots, n)) {
         case Order::ascending: break;
         case Order::descending: reverse(n); break;
