@@ -1,6 +1,7 @@
 #include "kx_io/kx_error_file.h"
 
 #include "kx_io/kx_origin.h"
+#include "kx_sort/kx_choose.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
@@ -28,15 +29,21 @@ int refuse(kx_i64 offset) {
 
 } // namespace
 
-kx_error_file_state kx_error_file_open() {
-    if (argsInfo.errFile.path == nullptr || errFile.open) {
-        return kx_error_file_state::ready;
+bool kx_error_file_open() {
+    const char *path = argsInfo.errFile.path;
+    const bool csv = kx_record_format() == kx_format::csv; // Kept: its messages are Japanese everywhere.
+    if (path == nullptr || errFile.open) {
+        return true;
     }
-    if (is_in_use(argsInfo.errFile.path) || !kx_stream_open_write(errFile, argsInfo.errFile.path)) {
-        return kx_error_file_state::cannot_create;
+    if (is_in_use(path) || !kx_stream_open_write(errFile, path)) {
+        kx_say(csv ? msg::kCreateErrorFile.japanese_only() : msg::kCreateErrorFile, path);
+        return !csv && !keeps_every_record(); // Kept: the run goes on, and records that are too short are dropped.
     }
-    return kx_stream_set_buffer(errFile, kErrorBufferSize) ? kx_error_file_state::ready
-                                                           : kx_error_file_state::no_buffer;
+    if (!kx_stream_set_buffer(errFile, kErrorBufferSize)) {
+        kx_say(csv ? msg::kErrorBuffer.japanese_only() : msg::kErrorBuffer);
+        return false;
+    }
+    return true;
 }
 
 int kx_error_file_write(Bytes record, kx_i64 offset) {

@@ -1,17 +1,15 @@
 // kx_error_file.h: the file for records that are too short to hold every sort key.
 //
-// One file for the run, opened when the first index is built and shared by all inputs and chunks; without -E such
-// records are dropped, or in complete mode end the run.
+// One file for the run, opened when the first index is built, in complete mode also when there is nothing to index, and
+// shared by all inputs and chunks; without -E such records are dropped, or in complete mode end the run.
 #pragma once
 
 #include "kx_types/kx_bytes.h"
 
 namespace orkan {
 
-enum class kx_error_file_state { ready, cannot_create, no_buffer };
-
-/// Opens errFile when -E names a file and it is not open yet. Prints nothing; `ready` also without -E.
-kx_error_file_state kx_error_file_open();
+/// Opens errFile when -E names a file and it is not open yet. False, with a message, when the run cannot go on.
+bool kx_error_file_open();
 
 /// Writes an error record, which stands at `offset` of the buffer being indexed. Without a file it is dropped, in
 /// complete mode refused. 0, or 1 with a message.

@@ -24,6 +24,16 @@ int read_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file, con
     return 0;
 }
 
+/// As above, to the input's end. In complete mode one that has grown since it was measured is an error: its last record
+/// may be cut.
+int read_rest_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file, const TextMessage &failure) {
+    char probe = 0;
+    if (read_into(buf, loaded, bytes, file, failure) != 0) {
+        return 1;
+    }
+    return keeps_every_record() && kx_stream_read(inFile, &probe, 1) != 0 ? kx_fail(failure, file.path) : 0;
+}
+
 /// The input's first megabyte, through `scratch`, less its header line. A shorter one is an error: nothing that was not
 /// read may be sorted.
 int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, const FileInfo &file) {
@@ -60,7 +70,7 @@ int load_with_header(char *buf, kx_i64 &loaded, const FileInfo &file) {
 int load_behind_line(char *buf, kx_i64 &loaded, const FileInfo &file) {
     kx_i64 length = 0;
     const int status = kx_take_header(inFile, length);
-    return status != 0 ? 1 : read_into(buf, loaded, file.size - length, file, msg::kReadInputFile);
+    return status != 0 ? 1 : read_rest_into(buf, loaded, file.size - length, file, msg::kReadInputFile);
 }
 
 int load_opened(char *buf, kx_i64 &loaded, const FileInfo &file) {
@@ -71,7 +81,7 @@ int load_opened(char *buf, kx_i64 &loaded, const FileInfo &file) {
         return keeps_every_record() ? load_behind_line(buf, loaded, file) : load_with_header(buf, loaded, file);
     }
     // Kept: a short read of a whole file is reported in Japanese everywhere.
-    return read_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
+    return read_rest_into(buf, loaded, file.size, file, msg::kReadInputFile.japanese_only());
 }
 
 int load(char *buf, kx_i64 &loaded, const FileInfo &file) {

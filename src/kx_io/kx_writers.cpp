@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "kx_io/kx_error_file.h"
 #include "kx_sort/kx_choose.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
@@ -209,6 +210,10 @@ bool kx_write_csv_header(kx_stream &to) {
 }
 
 int kx_open_output(const kx_message<const char *> &cannot_create) {
+    // For want of data nobody may have opened it yet. Fixed-length records are never too short.
+    if (keeps_every_record() && kx_record_format() != kx_format::fixed && !kx_error_file_open()) {
+        return 1;
+    }
     if (argsInfo.outFile.path == nullptr) {
         kx_stream_standard_output(outFile);
         return 0;

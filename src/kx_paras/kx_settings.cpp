@@ -4,12 +4,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include "kx_paras/kx_paras.h"
-#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_folder.h"
 #include "kx_utils/kx_messages.h"
 #include "kx_utils/kx_status.h"
+#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
@@ -80,11 +81,27 @@ bool hides_its_size(const kx_status &status, const char *path) {
 }
 
 /// A pipe or device has no size to rely on: its data would be lost, were it not for complete mode, which reads pipes to
-/// their end. /dev/null is the exception, being empty; a folder fails when it is read.
+/// their end. /dev/null is the exception, being empty; a folder fails when it is read, if it has a size to read.
 bool has_size(const kx_status &status) {
     const dev_t null_device = makedev(1, 3);
-    return S_ISREG(status.st_mode) || S_ISDIR(status.st_mode) ||
+    return S_ISREG(status.st_mode) || (S_ISDIR(status.st_mode) && status.st_size > 0) ||
            (S_ISCHR(status.st_mode) && status.st_rdev == null_device);
+}
+
+/// The first `count` inputs have that pipe among them.
+bool is_named(const ArgsInfo &args, kx_i64 count, const kx_status &pipe) {
+    bool named = false;
+    for (kx_i64 i = 0; !named && i < count; ++i) {
+        kx_status input{};
+        named = kx_status_of(args.arrInFile[i].path, input) && kx_same_file(input, pipe);
+    }
+    return named;
+}
+
+/// Only in complete mode. Two readers would take each other's data.
+int take_pipe(ArgsInfo *args, const FileInfo &file, kx_i64 number, const kx_status &status) {
+    ++args->pipeNums;
+    return is_named(*args, number - 1, status) ? kx_fail_unflushed(msg::kPipeNamedBefore, number, file.path) : 0;
 }
 
 int measure_input(ArgsInfo *args, FileInfo &file, kx_i64 number) {
@@ -96,8 +113,7 @@ int measure_input(ArgsInfo *args, FileInfo &file, kx_i64 number) {
         return kx_fail_unflushed(msg::kStatInputFile, number, file.path);
     }
     if (S_ISFIFO(status.st_mode) && keeps_every_record()) {
-        ++args->pipeNums;
-        return 0;
+        return take_pipe(args, file, number, status);
     }
     if (!has_size(status) || hides_its_size(status, file.path)) {
         return kx_fail_unflushed(msg::kNoRegularInput, number, file.path);
@@ -124,6 +140,28 @@ int measure_inputs(ArgsInfo *args) {
         args->totalFileSize = args->totalRecNum = 0;
     }
     return 0;
+}
+
+bool is_read(const ArgsInfo &args, const kx_status &pipe) {
+    kx_status input{};
+    return args.inFileNums > 0 ? is_named(args, args.inFileNums, pipe)
+                               : kx_status_of(STDIN_FILENO, input) && kx_same_file(input, pipe);
+}
+
+/// The path (null: standard output) leads to a pipe that the run reads: it would feed itself, or wait for itself.
+bool is_read_pipe(const ArgsInfo &args, const char *path) {
+    kx_status status{};
+    const bool told = path != nullptr ? kx_status_of(path, status) : kx_status_of(STDOUT_FILENO, status);
+    return told && S_ISFIFO(status.st_mode) && is_read(args, status);
+}
+
+int check_pipes(const ArgsInfo &args) {
+    const char *output = args.outFile.path, *errors = args.errFile.path;
+    if (is_read_pipe(args, output)) {
+        return output != nullptr ? kx_fail_unflushed(msg::kCreateOutputFile, output)
+                                 : kx_fail_unflushed(msg::kWriteStandardOutput);
+    }
+    return errors != nullptr && is_read_pipe(args, errors) ? kx_fail_unflushed(msg::kCreateErrorFile, errors) : 0;
 }
 
 using TextMessage = kx_message<const char *>;
@@ -191,7 +229,7 @@ int kx_DealParametersInfo(ArgsInfo *args) {
     if (measure_inputs(args) != 0 ||
         check_target(args->outFile, msg::kShowOutputFolder, msg::kShowOutputName, msg::kOutputFolder) != 0 ||
         check_target(args->errFile, msg::kShowErrorFolder, msg::kShowErrorName, msg::kErrorFolder) != 0 ||
-        derive_temporary_path(args) != 0) {
+        check_pipes(*args) != 0 || derive_temporary_path(args) != 0) {
         return 1;
     }
     return kx_parse_sort_keys(args);

@@ -16,17 +16,6 @@ constexpr kx_i64 kFirstCapacity = 1024;
 using Records = kx_locators<RecordInfo_csv>;
 using Fields = kx_locators<KeyInfo_csv>;
 
-/// Kept: unlike for other records a refused error file ends the run, and the messages are Japanese everywhere.
-bool open_error_file() {
-    switch (kx_error_file_open()) {
-    case kx_error_file_state::cannot_create:
-        kx_say(msg::kCreateErrorFile.japanese_only(), argsInfo.errFile.path);
-        return false;
-    case kx_error_file_state::no_buffer: kx_say(msg::kErrorBuffer.japanese_only()); return false;
-    default: return true;
-    }
-}
-
 /// Finds all terminated records; bufDealedSize becomes the bytes they take.
 bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
@@ -158,7 +147,7 @@ kx_list *list_with_all_fields(const Records &records) {
 kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail) {
     Records records;
     bufDealedSize = 0;
-    if (!open_error_file() || !records.open(kFirstCapacity)) {
+    if (!kx_error_file_open() || !records.open(kFirstCapacity)) {
         return nullptr;
     }
     const bool complete = scan_records(records, buf, size, longest_tail);

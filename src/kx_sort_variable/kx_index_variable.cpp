@@ -36,23 +36,12 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 lon
     return true;
 }
 
-/// Kept: when the error file cannot be created the run goes on, and its records are dropped; not in complete mode.
-bool open_error_file() {
-    switch (kx_error_file_open()) {
-    case kx_error_file_state::cannot_create:
-        kx_say(msg::kCreateErrorFile, argsInfo.errFile.path);
-        return !keeps_every_record();
-    case kx_error_file_state::no_buffer: kx_say(msg::kErrorBuffer); return false;
-    default: return true;
-    }
-}
-
 } // namespace
 
 kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail) {
     Locators locators;
     bufDealedSize = 0;
-    if (!open_error_file() || !locators.open(kFirstCapacity)) {
+    if (!kx_error_file_open() || !locators.open(kFirstCapacity)) {
         return nullptr;
     }
     const bool complete = scan_records(locators, buf, size, longest_tail);

@@ -280,6 +280,8 @@ inline constexpr kx_message<kx_i64, Text> kStatInputFile{"☆ Failed to stat inp
                                                          "☆入力ファイル%ld[%s]のstatを参照失敗しました！\n"};
 inline constexpr kx_message<kx_i64, Text> kNoRegularInput{"☆ Input file %ld [%s] is not a regular file!\n",
                                                           "☆入力ファイル%ld[%s]は通常ファイルではありません！\n"};
+inline constexpr kx_message<kx_i64, Text> kPipeNamedBefore{"☆ Input file %ld [%s] is a pipe that was named before!\n",
+                                                           "☆入力ファイル%ld[%s]は既に指定されたパイプです！\n"};
 // Kept: both wordings receive the file's number first, so the English text shows number and size in each other's
 // places.
 inline constexpr kx_message<kx_i64, kx_i64> kInvalidInputSize{"☆ Invalid size [%ld] for input file %ld!\n",

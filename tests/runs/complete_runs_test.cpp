@@ -1,13 +1,9 @@
 // complete_runs_test.cpp: how complete mode is chosen, and what its promise asks for beyond the single rules.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <string>
 
 #include "support/complete_both.h"
-#include "support/feeder.h"
 #include "support/texts.h"
 
 namespace {
@@ -67,78 +63,6 @@ TEST(CompleteMode, TheDefaultIsUntouchedByAnEarlierRun) {
     EXPECT_EQ(runs[1].out, "");
     EXPECT_EQ(runs[2].out, "x\n");
     EXPECT_EQ(runs[3].out, "\n");
-}
-
-// --- pipes -------------------------------------------------------------------------------------------------------
-
-/// In the process of a run: a named pipe that somebody fills.
-void feed(const string &path, const string &data) {
-    if (mkfifo(path.c_str(), 0600) != 0) {
-        _exit(98);
-    }
-    if (fork() == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL);
-        write_pieces(open(path.c_str(), O_WRONLY | O_CLOEXEC), data, 3000, 0);
-        _exit(0);
-    }
-}
-
-class CompletePipes : public testing::Test {
-  protected:
-    Outcome run(const Args &args, const string &data = "id\nd\nb") {
-        const Outcome o = box.run({.args = args, .before = [this, &data] {
-                                       choose_mode(true);
-                                       feed(box.path("p"), data);
-                                       feed(box.path("q"), "ID\nc\n");
-                                   }});
-        unlink(box.path("p").c_str());
-        unlink(box.path("q").c_str());
-        return o;
-    }
-    Box box;
-};
-
-TEST_F(CompletePipes, AreReadToTheirEndBesideFiles) {
-    box.write("a", "id\na");
-    EXPECT_EQ(run({"-C", "-H", "p", "a", "q"}).out, "id\na\nb\nc\nd\n");
-    EXPECT_EQ(run({"a", "p", "q"}).out, "ID\na\nb\nc\nd\nid\nid\n");
-    EXPECT_EQ(run({"-W1", "a", "p", "q"}).out, "ID\na\nb\nc\nd\nid\nid\n");
-    EXPECT_EQ(run({"-M", "-C", "-H", "a", "q"}).out, "id\na\nc\n");
-    EXPECT_EQ(run({"-L5", "q"}).out, "ID\nc\n");
-    EXPECT_EQ(run({"-M", "-L5", "q"}).out, "ID\nc\n");
-    EXPECT_TRUE(says(run({"-L4", "p"}), "☆ Invalid input data size [6]!"));
-    EXPECT_TRUE(says(run({"-M", "-L4", "p"}), "☆ Invalid input data size [6]!"));
-}
-
-TEST_F(CompletePipes, AreNamedByMessages) {
-    const Outcome o = run({"-K1,1", "-P\\r", "q", "p"});
-    EXPECT_EQ(o.status, 0) << o.err;
-    box.write("a", "long\n");
-    for (const Args &names : {Args{"p", "a"}, Args{"a", "p"}}) {
-        Args args = names;
-        args.insert(args.begin(), "-K1,2");
-        EXPECT_EQ(run(args).err,
-                  kStart + "☆ Input file [p] has a record that lacks a sort key! Specify an error file (-E).\n" +
-                      kFailed);
-    }
-}
-
-TEST_F(CompletePipes, NoRecordReachesIntoTheNextInput) {
-    const string balance = "3,\"z\n";
-    box.write("a", balance);
-    const Outcome o = run({"-C", "p", "a"}, "1,a\n2,\"x\n");
-    EXPECT_EQ(o.status, 1);
-    EXPECT_TRUE(says(o, "☆不正なレコード長を検知しました！ \n")) << o.err;
-    EXPECT_EQ(run({"-C", "p"}, "1,a\n2,\"x\n" + balance).status, 0) << "in one input it is a quoted field";
-}
-
-TEST_F(CompletePipes, AreRefusedOtherwise) {
-    const Outcome o = box.run({.args = {"p"}, .before = [this] {
-                                   choose_mode(false);
-                                   feed(box.path("p"), "a\n");
-                               }});
-    EXPECT_EQ(o.status, 1);
-    EXPECT_TRUE(says(o, "☆ Input file 1 [p] is not a regular file!"));
 }
 
 // --- what the promise asks for -----------------------------------------------------------------------------------
