@@ -27,7 +27,7 @@ def _header_line(path: str, newline: bytes) -> tuple[bytes, bool]:
     with open(path, "rb") as file:
         line, found, _ = file.read(SEARCH_LIMIT).partition(newline)
     if line.count(QUOTE) % 2 != 0:
-        raise ValueError(f"header: the header of {path!r} has an unpaired quote in its first line, and may not end there")
+        raise ValueError(f"header: the first line of {path!r} has an unpaired quote, and may not be the whole header")
     return line, bool(found)
 
 

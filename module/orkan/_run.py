@@ -15,7 +15,7 @@ import subprocess
 import sys
 import tempfile
 from collections.abc import Iterator, Sequence
-from typing import Any, BinaryIO
+from typing import BinaryIO
 
 import _orkan
 
@@ -26,7 +26,7 @@ EXTENSION = os.path.abspath(_orkan.__file__)
 WORKER = os.path.join(os.path.dirname(os.path.abspath(__file__)), "_worker.py")
 STANDARD_ERROR = 2
 
-# For the caller and not for its child: a terminal sends the first three to both, and others may send any so.
+# For the caller and not for its child: a terminal sends the first three to both, and others any to the whole group.
 CALLERS_SIGNALS = (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP, signal.SIGTERM)
 
 # With these an interpreter adds lines to the messages, or does not end.
@@ -67,20 +67,20 @@ def run(
 
     passing: the output is a temporary file itself, and goes with the folder when the caller ends before its child.
     """
-    words = ["-T", folder, *arguments]
+    words, records = ["-T", folder, *arguments], b""
     operands = ["--", *inputs]  # an input may begin with a dash
     with tempfile.TemporaryFile(dir=folder) as standard_error:
         if how.in_process:
             target = output or os.path.join(folder, "output")
             status = _in_this_process([*words, "-O", target, *operands], how, standard_error)
+            if output is None and status == 0:
+                records = _content(target)
         else:
             words += [] if output is None else ["-O", output]
-            job = {"arguments": [*words, *operands], "folder": folder, "file": output if passing else None}
-            status, records = _in_child(job, how, standard_error)
+            temporary = [folder, output] if output is not None and passing else [folder]
+            status, records = _in_child([*words, *operands], temporary, how, standard_error)
         if status != 0:
             raise SortError(status, _messages(standard_error))
-    if how.in_process:
-        records = _content(target) if output is None else b""
     return records
 
 
@@ -130,16 +130,16 @@ def _environment(changes: dict[str, str]) -> Iterator[None]:
                 os.environ[name] = value
 
 
-def _in_child(job: dict[str, Any], how: How, standard_error: BinaryIO) -> tuple[int, bytes]:
+def _in_child(arguments: list[str], temporary: list[str], how: How, standard_error: BinaryIO) -> tuple[int, bytes]:
     """What the child writes to its standard output is returned; with an output file that is nothing."""
     if not sys.executable:
         raise RuntimeError("there is no interpreter to run the sort: use in_process=True")
-    message = json.dumps(job).encode()
+    message = json.dumps(arguments).encode()
     ours, theirs = socket.socketpair()
     with contextlib.ExitStack() as stack:
         stack.enter_context(ours)
         with theirs, _callers_signals_blocked():
-            child = _start(theirs, how, standard_error)
+            child = _start(temporary, theirs, how, standard_error)
             stack.callback(_dismiss, child, ours)
         with contextlib.suppress(OSError):  # its end tells more
             ours.sendall(len(message).to_bytes(8, "big") + message, socket.MSG_NOSIGNAL)
@@ -148,11 +148,13 @@ def _in_child(job: dict[str, Any], how: How, standard_error: BinaryIO) -> tuple[
         return _status(child, ours), records
 
 
-def _start(channel: socket.socket, how: How, standard_error: BinaryIO) -> subprocess.Popen[bytes]:
+def _start(
+    temporary: list[str], channel: socket.socket, how: How, standard_error: BinaryIO
+) -> subprocess.Popen[bytes]:
     environment = {name: value for name, value in os.environ.items() if name not in TALKATIVE}
     return subprocess.Popen(
-        [sys.executable, "-S", WORKER, EXTENSION],
-        stdin=channel,
+        [sys.executable, "-S", WORKER, EXTENSION, *temporary],
+        stdin=channel.fileno(),
         stdout=subprocess.PIPE,
         stderr=standard_error,
         env=environment | how.environment(),

@@ -107,7 +107,8 @@ def sort(
 ) -> bytes | None:
     """Sorts the records of the inputs, taken together, into the output; without one, returns them as bytes.
 
-    inputs: a path or several, of regular files. output: a path, which may be an input: then it is replaced at the end.
+    inputs: a path or several, of regular files; in complete mode and without a header also of pipes.
+    output: a path, which may be that of a regular file among the inputs: then it is replaced at the end.
     keys: a key or a sequence of keys, the first one first; without keys whole records are compared. A key is a Key; or
         for CSV a column's number, from 1, or its name in the header; or else a tuple (position, length) of bytes.
     record_length: the bytes of fixed-length records. Without it records are lines, or with csv=True CSV records.

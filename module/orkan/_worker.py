@@ -1,9 +1,10 @@
-"""_worker.py EXTENSION: runs one sort for the process that started it.
+"""_worker.py EXTENSION FOLDER [FILE]: runs one sort for the process that started it.
 
-Standard input is a channel both ways: a job comes in, and the status goes out, that of a signal negative. The sort
-itself is a child of this process, for it cannot be interrupted. This one waits for it, and for the channel's end: then
-the process above has given up or is gone, and the sort ends with its temporary files. SIGINT and its like are for the
-process above, which starts this one with them blocked. Run as a file, it needs nothing of the package.
+Standard input is a channel both ways: the sort's arguments come in, and its status goes out, that of a signal negative.
+The sort itself is a child of this process, for it cannot be interrupted. This one waits for it, and for the channel's
+end: then the process above has given up or is gone, and the sort ends, and its temporary folder and file with it.
+SIGINT and its like are for the process above, which starts this one with them blocked. Run as a file, it needs nothing
+of the package.
 """
 
 import contextlib
@@ -25,12 +26,12 @@ def received(count):
     while len(data) < count:
         more = os.read(CHANNEL, count - len(data))
         if not more:
-            sys.exit(1)  # nobody waits for us any more
+            end(abandoned=True)
         data += more
     return data
 
 
-def read_job():
+def received_arguments():
     return json.loads(received(int.from_bytes(received(8), "big")))
 
 
@@ -63,17 +64,20 @@ def could_tell(status):
     return False
 
 
-def remove_files(job):
-    shutil.rmtree(job["folder"], ignore_errors=True)
-    if job["file"] is not None:
-        with contextlib.suppress(OSError):
-            os.unlink(job["file"])
+def end(abandoned):
+    """At once: while an interpreter puts its things away nobody sees the process above go."""
+    if abandoned:
+        folder, *files = sys.argv[2:]
+        shutil.rmtree(folder, ignore_errors=True)
+        for file in files:
+            with contextlib.suppress(OSError):
+                os.unlink(file)
+    os._exit(0)
 
 
 def main():
     signal.signal(signal.SIGCHLD, signal.SIG_DFL)  # a caller may ignore it, and then there is nothing to wait for
-    job = read_job()
-    child = start_sort(sys.argv[1], job["arguments"])
+    child = start_sort(sys.argv[1], received_arguments())
     stopped = threading.Event()
 
     def stop_at_the_end():
@@ -83,8 +87,7 @@ def main():
 
     threading.Thread(target=stop_at_the_end, daemon=True).start()
     _, status = os.waitpid(child, 0)
-    if stopped.is_set() or not could_tell(os.waitstatus_to_exitcode(status)):
-        remove_files(job)
+    end(abandoned=stopped.is_set() or not could_tell(os.waitstatus_to_exitcode(status)))
 
 
 if __name__ == "__main__":

@@ -1,13 +1,15 @@
 """arguments_test.py: what orkan.sort refuses before anything is run, and what it hands over so that nothing is read as
 something else."""
 
+import enum
+import itertools
 import os
 import unittest
 from unittest import mock
 
 import orkan
 from orkan import Key
-from orkan import _run
+from orkan import _run, _sort
 from support import BoxTest
 
 
@@ -50,6 +52,7 @@ class Refused(BoxTest):
         self.expect(ValueError, "^inputs: an empty path", ["in", b""])
         self.expect(ValueError, "^output: an empty path", "in", "")
         self.expect(ValueError, "^errors: an empty path", "in", errors="")
+        self.expect(ValueError, "^temp_dir: an empty path", "in", temp_dir="")
         for other in None, 7, [7], [None], 1.5:
             self.expect(TypeError, "", other)
         self.expect(TypeError, "", "in", 1)
@@ -65,7 +68,8 @@ class Refused(BoxTest):
         self.expect(ValueError, "^delimiter: .* read as a tab", "in", csv=True, delimiter="\\t")
         for delimiter in '"', ';"', "a\nb", "a\rb":
             self.expect(ValueError, "^delimiter: a quote or a newline", "in", csv=True, delimiter=delimiter)
-        self.expect(TypeError, "", "in", csv=True, delimiter=None)
+        for delimiter in None, [","], 7, b",":
+            self.expect(TypeError, "^delimiter must be a text", "in", csv=True, delimiter=delimiter)
 
     def test_newlines(self):
         for newline in "", "\\n", "\n\n", "\n\r", "n", None:
@@ -90,6 +94,8 @@ class Refused(BoxTest):
             self.expect(ValueError, "^memory must be a number", "in", memory=memory)
         for memory in True, 64e6, b"64M":
             self.expect(TypeError, "^memory must be an integer", "in", memory=memory)
+        with self.assertRaisesRegex(ValueError, "^memory must be from"):
+            orkan.is_sorted("in", memory="15M", temp_dir=self.temp)
 
     def test_flags_are_true_or_false(self):
         flags = ["csv", "header", "stable", "unique", "reverse", "empty_last", "merge", "complete", "in_process"]
@@ -117,10 +123,18 @@ class Refused(BoxTest):
         self.write("other", "id 2,id\n")
         self.expect(ValueError, "'id' is another column in another input", ["in.csv", "other"], keys="id", **options)
 
-    def test_a_header_of_two_lines(self):
-        self.write("in.csv", 'id,"two\nlines"\n2,x\n1,y\n')
-        for keys in None, 1, "id":
-            self.expect(ValueError, "does not end in its first line", "in.csv", csv=True, header=True, keys=keys)
+    def test_names_in_the_headers_of_empty_inputs(self):
+        options = {"csv": True, "header": True, "keys": "id"}
+        self.write("empty", "")
+        self.expect(ValueError, "no column named 'id' in 'empty', which has no header", "empty", **options)
+        self.expect(ValueError, "in 'empty', which has no header", ["in.csv", "empty"], complete=False, **options)
+        self.expect(ValueError, "in 'blank', which has ''", ["in.csv", self.write("blank", "\n")], **options)
+
+    def test_a_header_that_may_go_on(self):
+        for header, keys in itertools.product(['id,"two\nlines"\n', 'id,5" size\n'], [None, 1, "id"]):
+            self.write("in.csv", header + "2,x\n1,y\n")
+            message = "the first line of 'in.csv' has an unpaired quote"
+            self.expect(ValueError, message, "in.csv", csv=True, header=True, keys=keys)
 
     def test_a_merge_of_headers(self):
         self.expect(ValueError, "takes a header for a record", "in.csv", csv=True, header=True, merge=True, complete=False)
@@ -222,6 +236,32 @@ class HandedOver(BoxTest):
         self.write("y", "id,m\na,3\n")
         options = {"csv": True, "header": True, "keys": "id", "temp_dir": self.temp}
         self.assertEqual(orkan.sort(["x", "y"], **options), b"id,n\na,3\nb,2\n")
+        self.write("empty", "")
+        for inputs in ["x", "y", "empty"], ["x", "empty", "y"], ["empty", "x", "y"]:
+            self.assertEqual(orkan.sort(inputs, **options), b"id,n\na,3\nb,2\n", inputs)
+
+    def test_numbers_that_have_names(self):
+        class Number(int, enum.Enum):
+            ONE = 1
+            TWO = 2
+            MEMORY = 2**24
+
+        self.write("in", "b1\na2\n")
+        self.write("in.csv", "a,2\nb,1\n")
+        options = {"memory": Number.MEMORY, "temp_dir": self.temp}
+        for keys in Number.TWO, [Number.TWO, Number.ONE], Key(Number.TWO):
+            self.assertEqual(orkan.sort("in.csv", csv=True, keys=keys, **options), b"b,1\na,2\n")
+        for key in Key(position=0, length=Number.ONE), Key(position=0, length=Number.TWO):
+            self.assertEqual(orkan.sort("in", keys=key, **options), b"a2\nb1\n")
+        self.assertEqual(orkan.sort("in", keys=(Number.ONE, Number.ONE), **options), b"b1\na2\n")
+        self.assertEqual(orkan.sort(self.write("fixed", "2413"), record_length=Number.TWO, **options), b"1324")
+
+    def test_memory_for_is_sorted(self):
+        self.write("in", "a\nb\n")
+        with mock.patch.object(_sort, "run", wraps=_run.run) as run:
+            self.assertTrue(orkan.is_sorted("in", memory="32M", temp_dir=self.temp))
+        arguments = run.call_args.args[0]
+        self.assertEqual(arguments[arguments.index("-W") + 1], str(32 * 1024 * 1024))
 
 
 class Keys(unittest.TestCase):

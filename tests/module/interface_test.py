@@ -2,6 +2,7 @@
 one version."""
 
 import ast
+import collections.abc
 import inspect
 import os
 import re
@@ -44,6 +45,16 @@ class Interface(unittest.TestCase):
             self.assertEqual((parameter.default, parameter.annotation, parameter.kind),
                              (parameters[name].default, parameters[name].annotation, parameters[name].kind), name)
 
+    def test_what_sort_returns(self):
+        """Bytes without an output, for type checkers too; the options are the same in each form."""
+        forms = [node for node in ast.parse(read("module", "orkan", "_sort.py")).body
+                 if isinstance(node, ast.FunctionDef) and node.name == "sort"]
+        self.assertEqual([ast.unparse(form.returns) for form in forms], ["bytes", "None", "bytes | None"])
+        outputs = [(ast.unparse(form.args.args[1].annotation), len(form.args.defaults)) for form in forms]
+        self.assertEqual(outputs, [("None", 1), ("Path", 0), ("Path | None", 1)])
+        options = [[ast.unparse(one) for one in form.args.kwonlyargs + form.args.kw_defaults] for form in forms]
+        self.assertEqual(options, [options[-1]] * 3)
+
     def test_annotations_can_be_resolved(self):
         for function in orkan.sort, orkan.is_sorted, orkan.Key.__init__, orkan.SortError.__init__:
             hints = typing.get_type_hints(function)
@@ -63,6 +74,10 @@ class Interface(unittest.TestCase):
                         arguments = [*node.args.args, *node.args.kwonlyargs, node.args.kwarg, node.args.vararg]
                         named = [one for one in arguments if one and one.arg != "self"]
                         self.assertEqual([one.arg for one in named if one.annotation is None], [])
+
+    def test_the_raw_call_is_annotated(self):
+        """By itself, for an installed module's stub may not be found."""
+        self.assertEqual(typing.get_type_hints(orkan)["raw"], collections.abc.Callable[[list[str]], int])
 
     def test_the_stub_of_the_module(self):
         (function,) = ast.parse(read("module", "_orkan.pyi")).body

@@ -14,6 +14,11 @@ CALLER = """
 import sys, orkan
 orkan.sort("in", "pipe", record_length=100, keys=(0, 10), memory="16M", temp_dir=sys.argv[1])
 """
+# The pipe is an input that nobody writes.
+IN_PLACE = """
+import sys, orkan
+orkan.sort(["in", "pipe"], "in", record_length=100, temp_dir=sys.argv[1])
+"""
 # Forks while the sort runs, and then interrupts itself.
 FORKS = """
 import os, signal, sys, threading, time
@@ -63,8 +68,8 @@ class Interrupt(BoxTest):
         for number in self.processes():
             os.kill(number, signal.SIGKILL)
 
-    def start(self, program=CALLER):
-        """A caller whose sort has its temporary file and waits for a reader."""
+    def start(self, program=CALLER, ready=None):
+        """A caller whose sort has its temporary file and waits for a reader; or is as far as `ready` tells."""
         caller = subprocess.Popen(
             [sys.executable, "-c", program, self.temp],
             stderr=subprocess.PIPE,
@@ -74,7 +79,7 @@ class Interrupt(BoxTest):
         )
         self.addCleanup(caller.stderr.close)
         self.addCleanup(self.end_all)
-        self.wait_until(self.temporary_files, "the sort makes no temporary file")
+        self.wait_until(ready or self.temporary_files, "the sort does not come so far")
         return caller
 
     def expect_end(self, caller, status):
@@ -115,6 +120,37 @@ class Interrupt(BoxTest):
         caller = self.start()
         os.killpg(caller.pid, signal.SIGHUP)
         self.expect_end(caller, -signal.SIGHUP)
+
+    def test_the_whole_group_is_told_to_end(self):
+        caller = self.start()
+        os.killpg(caller.pid, signal.SIGTERM)
+        self.expect_end(caller, -signal.SIGTERM)
+
+    def test_a_sort_in_place_of_an_input(self):
+        """The file that is to replace it goes as well."""
+        before = self.read("in")
+        for number, end in [
+            (signal.SIGINT, os.kill),
+            (signal.SIGINT, os.killpg),
+            (signal.SIGTERM, os.killpg),
+            (signal.SIGHUP, os.kill),
+            (signal.SIGKILL, os.kill),
+        ]:
+            with self.subTest(number=number, end=end):
+                caller = self.start(IN_PLACE, lambda: len(self.processes()) == 3)
+                self.assertEqual(len(os.listdir()), 3)
+                end(caller.pid, number)
+                self.expect_end(caller, -number)
+                self.assertEqual(sorted(os.listdir()), ["in", "pipe"])
+                self.assertEqual(self.read("in"), before)
+
+    def test_the_sort_has_no_standard_input(self):
+        """The child's own is the channel to the caller."""
+        caller = self.start()
+        sort = self.child_of(self.child_of(caller.pid))
+        self.assertEqual(os.readlink(f"/proc/{sort}/fd/0"), os.devnull)
+        caller.kill()
+        self.expect_end(caller, -signal.SIGKILL)
 
     def test_a_caller_that_ignores_it_goes_on(self):
         caller = self.start(NO_INTERRUPTS)
