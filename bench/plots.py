@@ -7,6 +7,7 @@ from report import ORKAN, Result
 
 WIDTH, LEFT, RIGHT, TOP = 900, 330, 90, 60
 BAR, GAP, GROUP = 11, 2, 34
+LINE = 13  # height of a small text
 COLOURS = {"orkan": "#1f6feb", "peer": "#9aa4ae"}
 SERIES_COLOURS = ["#1f6feb", "#2da44e", "#bf3989"]
 STYLE = "text{font:13px sans-serif;fill:#444}.small{font-size:11px}.title{font-size:16px;font-weight:bold}"
@@ -69,12 +70,17 @@ def scaling_plot(results: list[Result]) -> str:
         parts.append(f'<path d="M{left} {y:.1f}H{WIDTH - 200}" stroke="#ddd"/>')
         parts.append(text(left - 8, y + 4, f"{value:.1f}", "small", "end"))
     parts += [text(left + step * i, lowest + 20, f"{size:,}", "small", "middle") for i, size in enumerate(sizes)]
+    labels = []
     for name, colour in zip(series, SERIES_COLOURS):
         chosen = [result for result in results if result.case.series == name]
         for tool in (ORKAN, "peer"):
             points = [point(result, result.best_peer() if tool == "peer" else tool) for result in chosen]
             parts += polyline(points, colour, tool == "peer")
-            parts.append(text(points[-1][0] + 10, points[-1][1] + 4, f"{name}, {tool}", "small"))
+            labels.append((points[-1][1] + 4, points[-1][0] + 10, f"{name}, {tool}"))
+    free = 0.0  # from here on down
+    for y, x, words in sorted(labels):
+        free = max(y, free) + LINE
+        parts.append(text(x, free - LINE, words, "small"))
     return document(lowest + 40, parts)
 
 
