@@ -27,14 +27,23 @@ inline void write_pieces(int to, const std::string &data, std::size_t piece, uns
     }
 }
 
+/// In a child: it ends with its parent, and at once if that is gone already.
+inline void die_with(pid_t parent) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (getppid() != parent) {
+        _exit(0);
+    }
+}
+
 /// In the child of a run: standard input becomes a pipe that gives the data in pieces, `pause` microseconds apart.
 inline void feed_in_pieces(const std::string &data, std::size_t piece, unsigned pause = 0) {
     int ends[2];
     if (pipe(ends) != 0) {
         _exit(99);
     }
+    const pid_t reader = getpid();
     if (fork() == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGKILL); // nobody waits for a reader that has died
+        die_with(reader);
         close(ends[0]);
         write_pieces(ends[1], data, piece, pause);
         _exit(0);
