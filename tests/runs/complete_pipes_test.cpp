@@ -34,7 +34,7 @@ void feed(const string &path, const string &data) {
 
 /// In the process of a run: a standard stream is that file or pipe.
 void stand_in(int stream, const string &path, int flags) {
-    const int fd = open(path.c_str(), flags | O_CLOEXEC);
+    const int fd = open(path.c_str(), flags | O_CLOEXEC, 0600);
     if (fd < 0 || dup2(fd, stream) != stream) {
         _exit(97);
     }
