@@ -104,7 +104,7 @@ class Interrupt(BoxTest):
 
     def test_another_child_of_the_caller_has_its_pipes(self):
         """The end of the pipe is not seen then."""
-        caller = self.start(FORKS + CALLER)
+        caller = self.start(FORKS + CALLER, ready=lambda: True)  # it looks itself how far the sort is
         self.assertEqual(caller.wait(PATIENCE), -signal.SIGINT)
         self.wait_until(lambda: len(self.processes()) == 1, "processes stay")
         self.assertEqual(os.listdir(self.temp), [])

@@ -142,6 +142,7 @@ TEST_F(External, ShowsItsPhasesInAVerboseRun) {
             string(o.err.find("番号：1 ") < o.err.find("番号：2 ") ? "2" : "1") + " - <time> \n" + kReleased +
             "Merge sort took [#]ms.\n"
             "--- Temporary file merge sort completed.--- <time> \n");
+    EXPECT_EQ(support::between(o.err, "\nNumber of sorted records:  ", "\n"), std::to_string(kRecords));
 }
 
 // The temporary folder is full: the file may not grow beyond a limit.

@@ -87,6 +87,17 @@ TEST_F(MergeCsv, DamagedHeaders) {
     }
 }
 
+TEST_F(MergeCsv, RecordsWithoutBytesOrFieldsAreNoDamage) {
+    configure({.keys = {{.column = 1}}});
+    argsInfo.maxRecLen = 4;
+    string file;
+    add_block(file, temporary_record("", {{0, 0}}) + temporary_record("b\n", {{0, 1}}), 2);
+    add_block(file, temporary_record("a\n", {}), 1);
+    const Outcome outcome = merge(file, 4000);
+    EXPECT_EQ(outcome.status, 0) << outcome.messages;
+    EXPECT_EQ(outcome.output, "a\nb\n");
+}
+
 // Fields that point outside their record count as far as they lie in it.
 TEST_F(MergeCsv, DamagedLocators) {
     for (const CsvField &field :
