@@ -235,6 +235,7 @@ def machine(folder: str, versions: list[str], absent: dict[str, str]) -> list[st
     cpu = line_of("/proc/cpuinfo", "model name") or platform.machine()
     memory = int((line_of("/proc/meminfo", "MemTotal") or "0").split()[0]) / MIB
     system = subprocess.run(["stat", "-f", "-c", "%T", folder], capture_output=True, text=True, check=True).stdout
-    lines = [f"{os.cpu_count()} x {cpu}, {memory:.0f} GiB memory, Linux {platform.release().split("-")[0]}, {system.strip()}"]
+    release = platform.release().split("-")[0]
+    lines = [f"{os.cpu_count()} x {cpu}, {memory:.0f} GiB memory, Linux {release}, {system.strip()}"]
     lines += ["peers: " + "; ".join(versions)]
     return lines + [f"absent: {name} ({reason})" for name, reason in absent.items()]
