@@ -25,7 +25,7 @@ kx_mask equal_bytes(const char *from, char byte) {
 
 kx_mask mask_of(const char *block, char byte) {
     kx_mask mask = 0;
-    for (int i = 0; i < 8; ++i) {
+    for (kx_i64 i = 0; i < 8; ++i) {
         mask |= equal_bytes(block + 8 * i, byte) << (8 * i);
     }
     return mask;
