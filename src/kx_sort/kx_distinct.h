@@ -153,14 +153,19 @@ template <class Items> kx_i64 kx_drop_frequent(const Items &items, void **slots,
         for (i = first; i < end; ++i) {
             table.prefetch(hashes[to_size(i - first)] = hash_of(i));
         }
-        for (const int step : {0, 1}) { // what the table says is the same: its locator, then its bytes
-            for (i = first; i < end; ++i) {
-                const std::uint32_t number = table.likely(hashes[to_size(i - first)]);
+        const auto for_likely = [&](auto use) { // the items that the table says may be the same
+            for (kx_i64 k = 0; k < end - first; ++k) {
+                const std::uint32_t number = table.likely(hashes[to_size(k)]);
                 if (number < kept) {
-                    step == 0 ? items.touch(slots[number]) : items.touch_bytes(slots[number]);
+                    use(slots[number]);
                 }
             }
-        }
+        };
+        for_likely([&](const void *item) { items.touch(item); });
+        for_likely([&](const void *item) {
+            kx_touch(items.view(item).record);
+            items.touch_fields(item, 0);
+        });
         for (i = first; i < end; ++i) {
             const auto same = [&](std::uint32_t number) {
                 return kx_same_key_bytes(items.view(slots[number]), items.view(slots[i]));

@@ -50,7 +50,6 @@ struct FixedItems {
     static auto view(const void *item) { return fixed_item(item); }
     static kx_i64 stride() { return argsInfo.recLen; }
     static void touch(const void * /*item*/) {}
-    static void touch_bytes(const void *item) { kx_touch(view(item).record); }
     static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
@@ -59,7 +58,6 @@ struct VariableItems {
     static auto view(const void *item) { return variable_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo); }
     static void touch(const void *item) { __builtin_prefetch(item); }
-    static void touch_bytes(const void *item) { kx_touch(view(item).record); }
     static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
@@ -68,10 +66,6 @@ struct CsvItems {
     static auto view(const void *item) { return csv_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo_csv); }
     static void touch(const void *item) { __builtin_prefetch(item); }
-    static void touch_bytes(const void *item) {
-        kx_touch(view(item).record);
-        touch_fields(item, 0);
-    }
     static void touch_fields(const void *item, kx_i64 key) {
         __builtin_prefetch(static_cast<const RecordInfo_csv *>(item)->keyInfo + key);
     }

@@ -18,7 +18,7 @@ using std::string;
 struct FixedItems {
     static auto view(const void *item) { return fixed_item(item); }
     static void touch(const void * /*item*/) {}
-    static void touch_bytes(const void *item) { kx_touch(view(item).record); }
+    static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
 constexpr std::size_t kLength = 12, kKeyLength = 6;
