@@ -1,7 +1,7 @@
 # install.cmake: what is installed, in three components: command, library, development.
 #
-# Nothing installed knows its prefix: the command finds the library next to it, the CMake package and the pkg-config
-# file find their prefix from where they are themselves. An installed tree can be moved.
+# Nothing installed knows its prefix: the Python module, the CMake package and the pkg-config file find the library from
+# where they are themselves. An installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
 # A link in the build folder that is installed as it is; `ORKAN` is the command's name in its usage text.
@@ -14,9 +14,6 @@ function(orkan_install_link name target destination)
 endfunction()
 
 # --- command ---------------------------------------------------------------------------------------------------------
-
-file(RELATIVE_PATH library_from_command ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-set_target_properties(orkan_command PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_command}")
 
 install(TARGETS orkan_command RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT command)
 install(FILES man/orkan.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT command)

@@ -23,7 +23,7 @@ find_program(ORKAN_FILE file)
 mark_as_advanced(ORKAN_SHLIBDEPS ORKAN_FILE)
 if(ORKAN_SHLIBDEPS AND ORKAN_FILE)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}) # the command's own library
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}) # the module's own library
 else()
   set(system_libraries "libc6, libgcc-s1, libstdc++6")
 endif()
@@ -49,7 +49,7 @@ set(own_library "${library} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE
 set(CPACK_COMPONENTS_ALL)
 orkan_package(command orkan utils "record sort for large data and bounded memory"
   "${about}\nThis package has the command, its manual and its completions for bash, zsh\nand fish."
-  ${own_library} ${system_libraries})
+  ${system_libraries})
 orkan_package(library ${library} libs "record sort for large data and bounded memory - library"
   "${about}\nThis package has the shared library."
   ${system_libraries})

@@ -21,8 +21,8 @@ void check_records(const kx_list *list, const Lines &plain) {
 /// Kept: the error records of a block come last one first.
 std::string reversed(const std::vector<std::string> &texts) {
     std::string all;
-    for (const std::string &text : texts) {
-        all.insert(0, text);
+    for (auto text = texts.rbegin(); text != texts.rend(); ++text) {
+        all += *text;
     }
     return all;
 }
