@@ -1,7 +1,7 @@
-// kx_entries.cpp: radix sort (Knuth, The Art of Computer Programming 3, 5.2.5) by as many 11-bit digits as tell most of
-// the entries apart, counted from the highest bit in which any two differ: least significant of them first
-// (algorithm R), then group by group where more digits are needed. Few entries are merged and inserted instead, and
-// very many are told apart by their highest digit first, so that the rest happens within the processor's caches.
+// kx_entries.cpp: radix sort (Knuth, The Art of Computer Programming 3, 5.2.5) by as many digits as tell most of the
+// entries apart, counted from the highest bit in which the least and the greatest differ: least significant of them
+// first (algorithm R), then group by group where more are needed. Few entries are inserted instead; very many are told
+// apart by their highest digit first, so that the rest happens within the processor's caches.
 #include "kx_sort/kx_entries.h"
 
 #include <bit>
@@ -11,55 +11,58 @@ namespace orkan {
 
 namespace {
 
-constexpr int kDigitBits = 11;
-constexpr std::size_t kBuckets = std::size_t{1} << kDigitBits;
-constexpr int kMostDigits = 6; ///< 6 x 11 bits cover the 64 of a prefix
-constexpr int kSpareBits = 8;  ///< sorted by, beyond those that number the entries: text spreads unevenly
+constexpr int kMostDigitBits = 11; ///< more buckets than these outgrow the caches
+constexpr int kSpareBits = 6;      ///< sorted by, beyond those that number the entries: text spreads unevenly
+constexpr int kMostDigits = 3;     ///< cover the bits of that for fewer than kManyEntries
 constexpr kx_i64 kFewEntries = 24;
-constexpr kx_i64 kSomeEntries = 2048;    ///< below, merging beats histograms of 2,048 buckets
-constexpr kx_i64 kManyEntries = 1 << 20; ///< from here on they no longer lie in the processor's caches
+constexpr kx_i64 kManyEntries = 1 << 17; ///< from here on they no longer lie in the processor's second cache
+constexpr int kGroupBits = 13;           ///< number the entries of a group that does
 
-using Histogram = std::array<kx_item_number, kBuckets>;
-
-/// The digits to sort by: `count` of them from bit `low` on.
-struct Digits {
-    int low;
-    int count;
-
-    [[nodiscard]] std::size_t of(kx_prefix prefix, int d) const {
-        return prefix >> (low + d * kDigitBits) & (kBuckets - 1);
-    }
-};
-
-/// Bits in which any two prefixes differ.
-kx_prefix varying_bits(const kx_entries &entries, kx_i64 n) {
-    kx_prefix varying = 0;
-    for (kx_i64 i = 1; i < n; ++i) {
-        varying |= entries.prefixes[i] ^ entries.prefixes[0];
-    }
-    return varying;
-}
+using Histogram = std::array<kx_item_number, std::size_t{1} << kMostDigitBits>;
 
 int bits_of(std::uint64_t value) { return static_cast<int>(std::bit_width(value)); }
 
-/// Of many entries with more than two digits only the highest: each group then fits the processor's caches.
-Digits choose_digits(kx_prefix varying, kx_i64 n) {
-    const int bits = bits_of(varying);
-    const int enough = bits_of(static_cast<std::uint64_t>(n)) + kSpareBits;
-    const int needed = (std::min(bits, enough) + kDigitBits - 1) / kDigitBits;
-    const int count = n >= kManyEntries && needed > 2 ? 1 : needed;
-    return {std::max(bits - count * kDigitBits, 0), count};
+/// The digits to sort by, of a prefix less the least one: `count` of them, of `width` bits, from bit `low` on.
+struct Digits {
+    kx_prefix least;
+    int low, width, count;
+
+    [[nodiscard]] std::size_t buckets() const { return std::size_t{1} << width; }
+    [[nodiscard]] std::size_t of(kx_prefix prefix, int d) const {
+        return (prefix - least) >> (low + d * width) & (buckets() - 1);
+    }
+    /// What all digits together tell, and more, is the same.
+    [[nodiscard]] bool alike(kx_prefix a, kx_prefix b) const { return (a - least) >> low == (b - least) >> low; }
+};
+
+Digits choose_digits(const kx_entries &entries, kx_i64 n) {
+    kx_prefix least = entries.prefixes[0], greatest = least;
+    for (kx_i64 i = 1; i < n; ++i) {
+        const kx_prefix prefix = entries.prefixes[i];
+        least = std::min(least, prefix);
+        greatest = std::max(greatest, prefix);
+    }
+    const int bits = bits_of(greatest - least), numbering = bits_of(static_cast<std::uint64_t>(n));
+    if (n >= kManyEntries) {
+        const int width = std::min({bits, numbering - kGroupBits, kMostDigitBits});
+        return {least, bits - width, width, 1};
+    }
+    const int needed = std::min(bits, numbering + kSpareBits);
+    const int count = (needed + kMostDigitBits - 1) / kMostDigitBits;
+    const int width = count > 0 ? (needed + count - 1) / count : 0;
+    return {least, std::max(bits - count * width, 0), width, count};
 }
 
 /// Moves the entries to `to` in the order of digit d; `count` becomes the places behind each bucket.
 void scatter(const kx_entries &from, const kx_entries &to, kx_i64 n, const Digits &digits, int d, Histogram &count) {
     kx_item_number place = 0;
-    for (kx_item_number &bucket : count) {
-        place += std::exchange(bucket, place);
+    for (std::size_t bucket = 0; bucket < digits.buckets(); ++bucket) {
+        place += std::exchange(count[bucket], place);
     }
     for (kx_i64 i = 0; i < n; ++i) {
-        const kx_item_number target = count[digits.of(from.prefixes[i], d)]++;
-        to.prefixes[target] = from.prefixes[i];
+        const kx_prefix prefix = from.prefixes[i];
+        const kx_item_number target = count[digits.of(prefix, d)]++;
+        to.prefixes[target] = prefix;
         to.numbers[target] = from.numbers[i];
     }
 }
@@ -67,9 +70,10 @@ void scatter(const kx_entries &from, const kx_entries &to, kx_i64 n, const Digit
 /// Digits that are the same in all entries cost nothing.
 kx_entries sort_by_digits(kx_entries entries, kx_entries other, kx_i64 n, const Digits &digits) {
     std::array<Histogram, kMostDigits> counts;
-    static_assert(sizeof counts <= 65536, "lives on the stack");
+    static_assert(sizeof counts <= 32768, "lives on the stack");
+    KX_ASSERT(digits.count <= kMostDigits);
     for (int d = 0; d < digits.count; ++d) {
-        counts[to_size(d)].fill(0);
+        std::fill_n(counts[to_size(d)].begin(), digits.buckets(), 0);
     }
     for (kx_i64 i = 0; i < n; ++i) {
         for (int d = 0; d < digits.count; ++d) {
@@ -99,68 +103,49 @@ void insertion_sort(const kx_entries &entries, kx_i64 n) {
     }
 }
 
-void copy(const kx_entries &from, const kx_entries &to, kx_i64 first, kx_i64 n) {
-    std::memcpy(to.prefixes + first, from.prefixes + first, to_size(n) * sizeof(kx_prefix));
-    std::memcpy(to.numbers + first, from.numbers + first, to_size(n) * sizeof(kx_item_number));
-}
-
-/// Joins the sorted [first, middle) and [middle, end) into `to`.
-void merge(const kx_entries &from, const kx_entries &to, kx_i64 first, kx_i64 middle, kx_i64 end) {
-    kx_i64 left = first, right = middle;
-    for (kx_i64 k = first; k < end; ++k) {
-        const bool take_left = right == end || (left < middle && from.prefixes[left] <= from.prefixes[right]);
-        const kx_i64 taken = take_left ? left++ : right++;
-        to.prefixes[k] = from.prefixes[taken];
-        to.numbers[k] = from.numbers[taken];
-    }
-}
-
-kx_entries merge_sort(kx_entries from, kx_entries to, kx_i64 n) {
-    for (kx_i64 first = 0; first < n; first += kFewEntries) {
-        insertion_sort(from.from(first), std::min(kFewEntries, n - first));
-    }
-    for (kx_i64 width = kFewEntries; width < n; width *= 2, std::swap(from, to)) {
-        for (kx_i64 first = 0; first < n; first += 2 * width) {
-            merge(from, to, first, std::min(first + width, n), std::min(first + 2 * width, n));
+/// Sorts what the digits left in disorder: the groups around entries that are less than the one before.
+void sort_groups(const kx_entries &entries, const kx_entries &other, kx_i64 n, const Digits &digits) {
+    const kx_slot_prefix *prefixes = entries.prefixes;
+    for (kx_i64 i = 1; i < n; ++i) {
+        if (prefixes[i - 1] <= prefixes[i]) {
+            continue;
         }
+        kx_i64 first = i - 1, end = i + 1;
+        while (first > 0 && digits.alike(prefixes[first - 1], prefixes[i])) {
+            --first;
+        }
+        while (end < n && digits.alike(prefixes[end], prefixes[i])) {
+            ++end;
+        }
+        kx_sort_entries(entries.from(first), other.from(first), end - first);
+        i = end;
     }
-    return from;
 }
 
-/// Sorts groups that are equal from bit `low` on by the bits below.
-void sort_groups(const kx_entries &entries, const kx_entries &other, kx_i64 n, int low);
-
-kx_entries radix_sort(kx_entries entries, kx_entries other, kx_i64 n) {
-    const Digits digits = choose_digits(varying_bits(entries, n), n);
+kx_entries radix_sort(const kx_entries &entries, const kx_entries &other, kx_i64 n) {
+    const Digits digits = choose_digits(entries, n);
     const kx_entries sorted = sort_by_digits(entries, other, n, digits);
     if (digits.low > 0) {
-        sort_groups(sorted, sorted.prefixes == entries.prefixes ? other : entries, n, digits.low);
+        sort_groups(sorted, sorted.prefixes == entries.prefixes ? other : entries, n, digits);
     }
     return sorted;
-}
-
-void sort_groups(const kx_entries &entries, const kx_entries &other, kx_i64 n, int low) {
-    for (kx_i64 first = 0, last = 0; first < n; first = last) {
-        for (last = first + 1; last < n && (entries.prefixes[last] ^ entries.prefixes[first]) >> low == 0; ++last) {
-        }
-        if (last - first > kFewEntries) {
-            kx_sort_entries(entries.from(first), other.from(first), last - first);
-        } else {
-            insertion_sort(entries.from(first), last - first);
-        }
-    }
 }
 
 } // namespace
 
 kx_entries kx_sort_entries_either(kx_entries entries, kx_entries scratch, kx_i64 n) {
-    return n < kSomeEntries ? merge_sort(entries, scratch, n) : radix_sort(entries, scratch, n);
+    if (n > kFewEntries) {
+        return radix_sort(entries, scratch, n);
+    }
+    insertion_sort(entries, n);
+    return entries;
 }
 
 void kx_sort_entries(kx_entries entries, kx_entries scratch, kx_i64 n) {
     const kx_entries sorted = kx_sort_entries_either(entries, scratch, n);
     if (sorted.prefixes != entries.prefixes) {
-        copy(sorted, entries, 0, n);
+        std::memcpy(entries.prefixes, sorted.prefixes, to_size(n) * sizeof(kx_prefix));
+        std::memcpy(entries.numbers, sorted.numbers, to_size(n) * sizeof(kx_item_number));
     }
 }
 
