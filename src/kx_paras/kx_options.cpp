@@ -6,9 +6,9 @@
 #include "kx_getopt/kx_getopt.h"
 #include "kx_paras/kx_help.h"
 #include "kx_paras/kx_paras.h"
-#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_messages.h"
 #include "kx_utils/kx_number.h"
+#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_text.h"
 
 namespace orkan {

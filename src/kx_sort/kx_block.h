@@ -10,9 +10,9 @@ namespace orkan {
 /// What kx_add_block needs besides the records.
 struct kx_block_place {
     kx_stream &tmp;
-    kx_i64 &position;                  ///< where the block begins in the temporary file; moves on behind it
-    kx_i64 caller_size;                ///< bytes that a plain block counts, or kWriterCounts
-    const kx_message<> &sort_failure;  ///< printed when a stable sort finds no memory
+    kx_i64 &position;                 ///< where the block begins in the temporary file; moves on behind it
+    kx_i64 caller_size;               ///< bytes that a plain block counts, or kWriterCounts
+    const kx_message<> &sort_failure; ///< printed when a stable sort finds no memory
 };
 inline constexpr kx_i64 kWriterCounts = -1;
 

@@ -41,8 +41,6 @@ class VariableMerge : public kx_newline_blocks {
 
 } // namespace
 
-int kx_mergeSortFile_variable(kx_stream &tmp, kx_stream &out) {
-    return kx_merge_blocks(VariableMerge{tmp}, tmp, out);
-}
+int kx_mergeSortFile_variable(kx_stream &tmp, kx_stream &out) { return kx_merge_blocks(VariableMerge{tmp}, tmp, out); }
 
 } // namespace orkan

@@ -29,8 +29,8 @@
 #include "kx_sort/kx_merge_multi.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_messages.h"
-#include "kx_utils/kx_system_memory.h"
 #include "kx_utils/kx_progress.h"
+#include "kx_utils/kx_system_memory.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
