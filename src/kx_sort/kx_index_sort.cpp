@@ -97,14 +97,15 @@ template <class Items> class IndexSort {
         if (drops_ && n >= kManyItems) { // the table stands where the entries will
             n = kx_drop_frequent(items_, slots, n, reinterpret_cast<char *>(entries_.prefixes));
         }
-        switch (take_entries(slots, n)) {
-        case Order::ascending: break;
-        case Order::descending: reverse(n); break;
-        case Order::none:
-            const kx_entries sorted = kx_sort_entries_either(entries_, scratch_, n);
-            scratch_ = sorted.prefixes == entries_.prefixes ? scratch_ : entries_;
-            entries_ = sorted;
+        switch (order_of(slots, n)) {
+        case Order::ascending: return n;
+        case Order::descending: std::reverse(slots, slots + n); return n;
+        case Order::none: break;
         }
+        take_entries(slots, n);
+        const kx_entries sorted = kx_sort_entries_either(entries_, scratch_, n);
+        scratch_ = sorted.prefixes == entries_.prefixes ? scratch_ : entries_;
+        entries_ = sorted;
         if (!rule_.decisive) {
             settle_groups(0, n, {rule_, first_told(rule_)}, 0);
         }
@@ -132,30 +133,34 @@ template <class Items> class IndexSort {
 
     enum class Order { ascending, descending, none };
 
-    /// Fills the entries in buffer order. Tells how their prefixes lie; descending means that no two are equal.
-    Order take_entries(void *const *slots, kx_i64 n) {
+    /// How the items lie; descending means that no two are equal. Told after a few of them where it is neither.
+    [[nodiscard]] Order order_of(void *const *slots, kx_i64 n) const {
         bool ascending = true, descending = true;
-        const char *at = items_.first;
-        kx_i64 number = 0;
-        kx_prefix previous = rule_.of(items_.view(at));
-        for (kx_i64 i = 0; i < n; ++i) {
-            const auto *from = static_cast<const char *>(slots[i]);
-            number += from == at + stride_ ? 1 : (from - at) / stride_; // nearly always the next one
-            at = from;
-            KX_ASSERT(at == item(static_cast<kx_item_number>(number)));
-            const kx_prefix prefix = rule_.of(items_.view(from));
-            entries_.prefixes[i] = prefix;
-            entries_.numbers[i] = static_cast<kx_item_number>(number);
-            ascending = ascending && prefix >= previous;
-            descending = descending && (prefix < previous || i == 0);
+        kx_prefix previous = rule_.of(items_.view(slots[0]));
+        for (kx_i64 i = 1; i < n && (ascending || descending); ++i) {
+            const kx_prefix prefix = rule_.of(items_.view(slots[i]));
+            const int order = prefix != previous ? (previous < prefix ? -1 : 1)
+                              : rule_.decisive   ? 0
+                                                 : compare_(&slots[i - 1], &slots[i]);
+            ascending = ascending && order <= 0;
+            descending = descending && order > 0;
             previous = prefix;
         }
         return ascending ? Order::ascending : descending ? Order::descending : Order::none;
     }
 
-    void reverse(kx_i64 n) {
-        std::reverse(entries_.prefixes, entries_.prefixes + n);
-        std::reverse(entries_.numbers, entries_.numbers + n);
+    /// Fills the entries in buffer order.
+    void take_entries(void *const *slots, kx_i64 n) {
+        const char *at = items_.first;
+        kx_i64 number = 0;
+        for (kx_i64 i = 0; i < n; ++i) {
+            const auto *from = static_cast<const char *>(slots[i]);
+            number += from == at + stride_ ? 1 : (from - at) / stride_; // nearly always the next one
+            at = from;
+            KX_ASSERT(at == item(static_cast<kx_item_number>(number)));
+            entries_.prefixes[i] = rule_.of(items_.view(from));
+            entries_.numbers[i] = static_cast<kx_item_number>(number);
+        }
     }
 
     /// The slots may be where the prefixes are: each is read before it is overwritten.
