@@ -5,8 +5,7 @@ namespace orkan {
 namespace {
 
 /// Kept: only the merge of fixed-length records tells these failures in both languages.
-template <class... Args>
-int fail_by_format(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
+template <class... Args> int fail_by_format(const kx_message<Args...> &message, std::type_identity_t<Args>... args) {
     return kx_fail(kx_record_format() == kx_format::fixed ? message : message.japanese_only(), args...);
 }
 
@@ -31,8 +30,9 @@ int kx_open_block(kx_i64 i, kx_i64 buffer_size) {
     return run.buf != nullptr ? 0 : fail_by_format(msg::kBlockBufferMemory, i, kib_round_up(run.bufSize));
 }
 
-int kx_fill_block(kx_i64 i, kx_stream &tmp) {
+int kx_fill_block(kx_i64 i, kx_i64 window, kx_stream &tmp) {
     UnitDataInfo &run = kx_block(i);
+    run.bufSize = std::min(run.bufSize, window); // bytes held, from here on
     if (!kx_stream_seek_to(tmp, run.startPos)) {
         return fail_by_format(msg::kSeekTemporaryFile);
     }
