@@ -24,13 +24,42 @@ inline kx_i64 kx_longest_tail(bool at_end) {
     return !keeps_every_record() ? kLongestTail : at_end ? 0 : kLongestRecord;
 }
 
-/// Locators in pool memory, which the index hands on through recordInfoArray or keyInfoArray.
+/// A pool block for locators; none to begin with.
+struct kx_locator_memory {
+    void *block = nullptr;
+    kx_i64 bytes = 0;
+};
+
+/// What an index takes besides its list; the next one may use it again.
+struct kx_index_memory {
+    kx_locator_memory records, fields;
+};
+
+/// Where the memory of the last index is looked for.
+inline void kx_publish_index_memory(const kx_index_memory &memory) {
+    recordInfoArray = memory.records.block != nullptr ? memory.records.block : recordInfoArray;
+    keyInfoArray = memory.fields.block != nullptr ? static_cast<KeyInfo_csv *>(memory.fields.block) : keyInfoArray;
+}
+
+inline void kx_release_index_memory(kx_index_memory &memory) {
+    kx_free(memPool, memory.records.block);
+    kx_free(memPool, memory.fields.block);
+    memory = {};
+}
+
+/// Locators in pool memory.
 template <class Locator> class kx_locators {
   public:
-    /// Room for `capacity` locators. False when memory is refused.
+    explicit kx_locators(kx_locator_memory &memory) : memory_(memory) {}
+
+    /// Room for `capacity` locators or more. False when memory is refused.
     bool open(kx_i64 capacity) {
-        capacity_ = capacity;
-        array_ = static_cast<Locator *>(kx_malloc_hwm(memPool, multiply_saturating(capacity, kSize)));
+        if (memory_.block == nullptr || memory_.bytes / kSize < capacity) {
+            kx_free(memPool, memory_.block);
+            take(kx_malloc_hwm(memPool, multiply_saturating(capacity, kSize)), capacity);
+        } else {
+            take(memory_.block, memory_.bytes / kSize);
+        }
         return array_ != nullptr || no_memory();
     }
     [[nodiscard]] bool full() const { return count_ == capacity_; }
@@ -48,19 +77,24 @@ template <class Locator> class kx_locators {
     static constexpr kx_i64 kSize = sizeof(Locator);
 
     bool reallocate(kx_i64 capacity) {
-        auto *grown = static_cast<Locator *>(kx_realloc(memPool, array_, multiply_saturating(capacity, kSize)));
+        void *grown = kx_realloc(memPool, memory_.block, multiply_saturating(capacity, kSize));
         if (grown == nullptr) {
             return false;
         }
-        array_ = grown;
-        capacity_ = capacity;
+        take(grown, capacity);
         return true;
+    }
+    void take(void *block, kx_i64 capacity) {
+        array_ = static_cast<Locator *>(block);
+        capacity_ = capacity;
+        memory_ = {block, block != nullptr ? capacity * kSize : 0};
     }
     bool no_memory() const {
         kx_say(msg::kNoMemory, kib_round_up(multiply_saturating(capacity_, kSize)));
         return false;
     }
 
+    kx_locator_memory &memory_;
     Locator *array_ = nullptr;
     kx_i64 capacity_ = 0, count_ = 0;
 };

@@ -54,7 +54,7 @@ int kx_presorted_runs::open() {
     }
     for (kx_i64 i = 0; i < argsInfo.inFileNums; ++i) {
         UnitDataInfo &run = *argsInfo.arrInFile[i].unitDataInfo;
-        inputs_[i] = {run.bufSize, 0, nullptr, nullptr, false};
+        inputs_[i] = {run.bufSize, 0, {}, false};
         run.buf = static_cast<char *>(kx_malloc(memPool, run.bufSize + argsInfo.sep_len));
         if (run.buf == nullptr) {
             return kx_fail(msg::kMergeBuffer, run.bufSize / 1024);
@@ -67,7 +67,9 @@ int kx_presorted_runs::open() {
 int kx_presorted_runs::read_on(UnitDataInfo &run, const kx_message<> &failure) {
     dataOrigin = {run.fileInfo, 1, 0};
     kx_presorted_input &from = input(run);
-    release_index(run);
+    // The next index takes the memory of this one, or all inputs in turn would go through all of the pool; in a verbose
+    // run, which counts what is asked of the pool, each has its own.
+    VERBOSE == 0 ? release_list(run) : release_index(run);
     run.bufSize -= from.indexed;
     std::memmove(run.buf, run.buf + from.indexed, to_size(run.bufSize));
     from.indexed = 0;
@@ -96,15 +98,6 @@ void kx_presorted_runs::adopt_index(UnitDataInfo &run, kx_list *list) {
     run.currRec = 0;
     run.totalRecNum = kx_list_len(list);
     from.indexed = bufDealedSize;
-    from.records = std::exchange(recordInfoArray, nullptr);
-    from.fields = std::exchange(keyInfoArray, nullptr);
-}
-
-void kx_presorted_runs::release_index(UnitDataInfo &run) {
-    kx_presorted_input &from = input(run);
-    kx_list_destroy(std::exchange(run.RecordList, nullptr), nullptr);
-    kx_free(memPool, std::exchange(from.records, nullptr));
-    kx_free(memPool, std::exchange(from.fields, nullptr));
 }
 
 } // namespace orkan

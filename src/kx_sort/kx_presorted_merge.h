@@ -6,8 +6,8 @@
 // When the records of a buffer are all taken, the tail moves to the front, the buffer is filled up and indexed anew. A
 // tail that fills the whole buffer makes it grow. What a format answers besides kx_merge_loop.h:
 //
-//   index(buf, size, longest_tail)   the index of the buffer, or null with a message
-//   start_of(item)                   the first byte of the record behind an item of that index
+//   index(buf, size, longest_tail, memory)   the index of the buffer, or null with a message
+//   start_of(item)                           the first byte of the record behind an item of that index
 #pragma once
 
 #include "kx_sort/kx_index_scan.h"
@@ -22,10 +22,9 @@ inline constexpr kx_i64 kPresortedBuffer = 1048576;
 /// What an input's run needs besides its descriptor.
 struct kx_presorted_input {
     kx_i64 capacity;
-    kx_i64 indexed;      ///< bytes of the buffer that the index covers; the tail lies behind
-    void *records;       ///< the index's locators
-    KeyInfo_csv *fields; ///< and those of its fields
-    bool ended;          ///< everything has been read
+    kx_i64 indexed;         ///< bytes of the buffer that the index covers; the tail lies behind
+    kx_index_memory memory; ///< of that index, and then of the next
+    bool ended;             ///< everything has been read
 };
 
 /// Buffer and bookkeeping; what does not depend on the format.
@@ -45,7 +44,11 @@ class kx_presorted_runs : public kx_newline_runs {
     int read_on(UnitDataInfo &run, const kx_message<> &failure);
     /// Takes over the index just built.
     void adopt_index(UnitDataInfo &run, kx_list *list);
-    void release_index(UnitDataInfo &run);
+    static void release_list(UnitDataInfo &run) { kx_list_destroy(std::exchange(run.RecordList, nullptr), nullptr); }
+    void release_index(UnitDataInfo &run) {
+        release_list(run);
+        kx_release_index_memory(input(run).memory);
+    }
 
     [[nodiscard]] kx_presorted_input &input(const UnitDataInfo &run) const { return inputs_[run.index]; }
 
@@ -103,7 +106,8 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
             if (run.bufSize == 0) { // nothing left to index
                 return kx_next::exhausted;
             }
-            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kx_longest_tail(true) : run.bufSize);
+            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kx_longest_tail(true) : run.bufSize,
+                                          input(run).memory);
             if (list == nullptr) {
                 return kx_next::failed;
             }

@@ -92,14 +92,13 @@ bool locate_keys(RecordInfo_csv &record, KeyInfo_csv *entries) {
     return record.num == argsInfo.keyNums;
 }
 
-kx_list *list_with_keys(const Records &records) {
-    Fields entries;
+kx_list *list_with_keys(const Records &records, kx_locator_memory &memory) {
+    Fields entries(memory);
     if (!entries.open(multiply_saturating(argsInfo.keyNums, records.count()))) {
         return nullptr;
     }
-    keyInfoArray = entries.array();
     return kx_list_accepted(records, [&](RecordInfo_csv &record) {
-        return locate_keys(record, keyInfoArray + (&record - records.array()) * argsInfo.keyNums);
+        return locate_keys(record, entries.array() + (&record - records.array()) * argsInfo.keyNums);
     });
 }
 
@@ -123,14 +122,13 @@ bool locate_all_fields(RecordInfo_csv &record, Fields &fields, kx_i64 records) {
     return complete;
 }
 
-kx_list *list_with_all_fields(const Records &records) {
+kx_list *list_with_all_fields(const Records &records, kx_locator_memory &memory) {
     const kx_i64 count = records.count();
-    Fields fields;
+    Fields fields(memory);
     bool complete = fields.open(count);
     for (kx_i64 i = 0; complete && i < count; ++i) {
         complete = locate_all_fields(records.array()[i], fields, count);
     }
-    keyInfoArray = fields.array();
     if (!complete) {
         return nullptr;
     }
@@ -144,23 +142,29 @@ kx_list *list_with_all_fields(const Records &records) {
 
 } // namespace
 
-kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail) {
-    Records records;
+kx_list *kx_index_csv(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
+    Records records(memory.records);
     bufDealedSize = 0;
     if (!kx_error_file_open() || !records.open(kFirstCapacity)) {
         return nullptr;
     }
-    const bool complete = scan_records(records, buf, size, longest_tail);
-    recordInfoArray = records.array();
-    if (!complete) {
+    if (!scan_records(records, buf, size, longest_tail)) {
         return nullptr;
     }
     dataEnd = buf + size;
-    kx_list *list = argsInfo.keyNums > 0 ? list_with_keys(records) : list_with_all_fields(records);
+    kx_list *list =
+        argsInfo.keyNums > 0 ? list_with_keys(records, memory.fields) : list_with_all_fields(records, memory.fields);
     if (list != nullptr && VERBOSE != 0) {
         finish = kx_clock();
-        kx_say(msg::kIndexTook, __func__, elapsed_ms(start, finish));
+        kx_say(msg::kIndexTook, "_kx_get_indexList_csv", elapsed_ms(start, finish));
     }
+    return list;
+}
+
+kx_list *_kx_get_indexList_csv(const char *buf, kx_i64 size, kx_i64 longest_tail) {
+    kx_index_memory memory;
+    kx_list *list = kx_index_csv(buf, size, longest_tail, memory);
+    kx_publish_index_memory(memory);
     return list;
 }
 

@@ -12,8 +12,8 @@ class CsvPresorted : public kx_presorted_merge<CsvPresorted> {
     /// Kept: first fields' lengths decide early between whole records, which gives no consistent order.
     static bool order_is_consistent() { return argsInfo.bRecSort == kRecSortNone || orders_alike(); }
 
-    static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail) {
-        return _kx_get_indexList_csv(buf, size, longest_tail);
+    static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
+        return kx_index_csv(buf, size, longest_tail, memory);
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(csv_current(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(csv_current(run)); }

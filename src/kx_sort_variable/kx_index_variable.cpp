@@ -38,15 +38,13 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 lon
 
 } // namespace
 
-kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail) {
-    Locators locators;
+kx_list *kx_index_variable(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
+    Locators locators(memory.records);
     bufDealedSize = 0;
     if (!kx_error_file_open() || !locators.open(kFirstCapacity)) {
         return nullptr;
     }
-    const bool complete = scan_records(locators, buf, size, longest_tail);
-    recordInfoArray = locators.array();
-    if (!complete) {
+    if (!scan_records(locators, buf, size, longest_tail)) {
         return nullptr;
     }
     dataEnd = buf + size;
@@ -54,8 +52,15 @@ kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest
         kx_list_accepted(locators, [](const RecordInfo &record) { return record.len >= argsInfo.keyMaxPos; });
     if (list != nullptr && VERBOSE != 0) {
         finish = kx_clock();
-        kx_say(msg::kIndexTook, __func__, elapsed_ms(start, finish));
+        kx_say(msg::kIndexTook, "_kx_get_indexList_variable", elapsed_ms(start, finish));
     }
+    return list;
+}
+
+kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail) {
+    kx_index_memory memory;
+    kx_list *list = kx_index_variable(buf, size, longest_tail, memory);
+    kx_publish_index_memory(memory);
     return list;
 }
 

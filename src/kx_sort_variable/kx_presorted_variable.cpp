@@ -9,8 +9,8 @@ class VariablePresorted : public kx_presorted_merge<VariablePresorted> {
   public:
     using Heads = kx_tree_heads;
 
-    static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail) {
-        return _kx_get_indexList_variable(buf, size, longest_tail);
+    static kx_list *index(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
+        return kx_index_variable(buf, size, longest_tail, memory);
     }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return rule_.of(variable_current(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return rule_.bytes_of(variable_current(run)); }

@@ -12,6 +12,9 @@ namespace orkan {
 /// `longest_tail` bytes at the end belong to no terminated record.
 kx_list *_kx_get_indexList_variable(const char *buf, kx_i64 size, kx_i64 longest_tail = kLongestTail);
 
+/// The same with locators in `memory`, which is the caller's, whatever comes of it.
+kx_list *kx_index_variable(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory);
+
 /// Appends the sorted blocks of one input of `size` bytes to `tmp` and dataInfo. 0, or 1 on failure.
 int kx_splitSortFile_variable(kx_stream &in, kx_stream &tmp, kx_i64 size);
 

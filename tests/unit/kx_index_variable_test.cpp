@@ -233,6 +233,34 @@ string random_block(std::mt19937 &random) {
     return bytes;
 }
 
+TEST_F(LinesIndex, AnIndexTakesTheMemoryOfTheLastOneAndMoreWhereThatIsTooSmall) {
+    const auto lines = [](std::size_t count) {
+        std::string text;
+        for (std::size_t i = 0; i < count; ++i) {
+            text += "x\n";
+        }
+        return text;
+    };
+    const std::string many = lines(5000), few = lines(3), more = lines(20000);
+    kx_index_memory memory;
+    const auto count = [&](const std::string &text) {
+        const kx_list_owner list(kx_index_variable(text.data(), to_i64(text.size()), 0, memory));
+        return kx_list_len(list.get());
+    };
+    EXPECT_EQ(count(many), 5000);
+    const void *first = memory.records.block;
+    const kx_i64 room = memory.records.bytes;
+    EXPECT_GE(room, 5000 * to_i64(sizeof(RecordInfo)));
+    EXPECT_EQ(count(few), 3);
+    EXPECT_EQ(count(many), 5000);
+    EXPECT_EQ(memory.records.block, first);
+    EXPECT_EQ(memory.records.bytes, room);
+    EXPECT_EQ(count(more), 20000);
+    EXPECT_GE(memory.records.bytes, 20000 * to_i64(sizeof(RecordInfo)));
+    kx_release_index_memory(memory);
+    EXPECT_EQ(memory.records.block, nullptr);
+}
+
 TEST_F(LinesIndex, OfRandomBytesIsThatOfTheModel) {
     std::mt19937 random(20261121);
     set_error_file();
