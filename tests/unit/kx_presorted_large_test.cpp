@@ -126,6 +126,16 @@ TEST_F(LargePresorted, ARecordMayBeLongerThanTheBuffer) {
     }
 }
 
+TEST_F(LargePresorted, WithoutANewlineCodeAnInputIsReadAsFarAsTheRunsMemoryGoes) {
+    const Job job = key_job(kx_format::variable, 8);
+    configure(job);
+    argsInfo.totalMemSize = kDefaultPoolSize;
+    const Merged merged = merge({"00000001,a\n", string(to_size(kDefaultPoolSize) + 1, '2')});
+    EXPECT_EQ(merged.status, 1);
+    EXPECT_EQ(merged.messages, "☆ Invalid record length detected! \n");
+    EXPECT_EQ(merged.out, "");
+}
+
 TEST_F(LargePresorted, UniqueRecordsAroundTheStagingBuffersSize) {
     for (const kx_format format : kNewlineFormats) {
         Job job = key_job(format, 8);
