@@ -255,6 +255,30 @@ TEST_F(HeadsFixture, WithoutAConsistentOrderTheListsProcedureDecides) {
     }
 }
 
+int counted(const void *a, const void *b) {
+    ++comparisons;
+    return kx_choose_run_order().plain(a, b);
+}
+
+struct CountingFormat : FixedFormat {
+    [[nodiscard]] static kx_head_order order() { return {counted, counted}; }
+};
+
+TEST_F(HeadsFixture, HeadsThatDifferInTheirFirstKeyNeedNoComparator) {
+    for (const ModelKey &key : {kLong, down(kLong), kNumber}) {
+        configure({.keys = {key, kLast}});
+        std::vector<string> bytes(3);
+        for (std::size_t i = 0; i < 300; ++i) {
+            const std::size_t value = 100 + (key.descending ? 299 - i : i);
+            const string digits = std::to_string(value);
+            bytes[random_() % 3] += key.numeric ? "abc00" + digits + "wxyz" : "#=======" + digits + ".";
+        }
+        Runs runs(bytes);
+        EXPECT_EQ(taken_by<kx_tree_heads>(runs, CountingFormat{}).size(), 300U);
+        EXPECT_EQ(comparisons, 0);
+    }
+}
+
 /// A pool that has no byte to spare, whatever is asked of it.
 void exhaust() {
     for (kx_i64 size = 1 << 16; size >= 8; size /= 2) {

@@ -149,14 +149,16 @@ TEST_F(LinesMerge, NoSystemCallPerRecord) {
         many.push_back(std::to_string(100000 + i) + "\n");
     }
     for (const bool unique : {false, true}) {
-        start_again();
-        configure({.unique = unique});
-        set_budget(kx_i64{1} << 22);
-        write_blocks({many, many});
-        const Fault count({.site = kx_site::write, .call = INT_MAX});
-        messages();
-        EXPECT_LE(Fault::calls(), 4);
-        EXPECT_EQ(output().size(), unique ? 140000U : 280000U);
+        for (const kx_site site : {kx_site::write, kx_site::read, kx_site::seek}) {
+            start_again();
+            configure({.unique = unique});
+            set_budget(kx_i64{1} << 22);
+            write_blocks({many, many});
+            const Fault count({.site = site, .call = INT_MAX});
+            messages();
+            EXPECT_LE(Fault::calls(), 4);
+            EXPECT_EQ(output().size(), unique ? 140000U : 280000U);
+        }
     }
 }
 

@@ -54,6 +54,20 @@ TEST(KxViews, ANegativeLengthOrCountIsNoCsvRecord) {
     }
 }
 
+TEST(KxViews, ABufferHoldsFromTheCurrentRecordToItsEnd) {
+    char bytes[] = "abcdefgh";
+    UnitDataInfo run{};
+    run.buf = bytes;
+    run.bufSize = 6;
+    run.bufOffset = 2;
+    EXPECT_EQ(held_from_current(run).ptr, bytes + 2);
+    EXPECT_EQ(held_from_current(run).len, 4);
+    for (const kx_i64 outside : {-1, 6, 7}) {
+        run.bufOffset = outside;
+        EXPECT_EQ(held_from_current(run).len, 0);
+    }
+}
+
 TEST(KxViews, AStretchLiesWithinTheRecordOrIsEmpty) {
     const string text = "abcdef";
     const Bytes whole = all_of(text);
