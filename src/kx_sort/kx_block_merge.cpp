@@ -30,9 +30,8 @@ int kx_open_block(kx_i64 i, kx_i64 buffer_size) {
     return run.buf != nullptr ? 0 : fail_by_format(msg::kBlockBufferMemory, i, kib_round_up(run.bufSize));
 }
 
-int kx_fill_block(kx_i64 i, kx_i64 window, kx_stream &tmp) {
+int kx_fill_block(kx_i64 i, kx_stream &tmp) {
     UnitDataInfo &run = kx_block(i);
-    run.bufSize = std::min(run.bufSize, window); // bytes held, from here on
     if (!kx_stream_seek_to(tmp, run.startPos)) {
         return fail_by_format(msg::kSeekTemporaryFile);
     }
