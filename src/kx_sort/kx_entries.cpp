@@ -11,10 +11,10 @@ namespace orkan {
 
 namespace {
 
-constexpr int kMostDigitBits = 11; ///< more buckets than these outgrow the caches
-constexpr int kSpareBits = 6;      ///< sorted by, beyond those that number the entries: text spreads unevenly
-constexpr int kMostDigits = 3;     ///< cover the bits of that for fewer than kManyEntries
-constexpr kx_i64 kFewEntries = 24;
+constexpr int kMostDigitBits = 11;       ///< more buckets than these outgrow the caches
+constexpr int kSpareBits = 6;            ///< sorted by, beyond those that number the entries: text spreads unevenly
+constexpr int kMostDigits = 3;           ///< cover the bits of that for fewer than kManyEntries
+constexpr kx_i64 kFewEntries = 31;       ///< inserted; for one more two digits of 6 bits will do
 constexpr kx_i64 kManyEntries = 1 << 17; ///< from here on they no longer lie in the processor's second cache
 constexpr int kGroupBits = 13;           ///< number the entries of a group that does
 

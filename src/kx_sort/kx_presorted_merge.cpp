@@ -67,9 +67,10 @@ int kx_presorted_runs::open() {
 int kx_presorted_runs::read_on(UnitDataInfo &run, const kx_message<> &failure) {
     dataOrigin = {run.fileInfo, 1, 0};
     kx_presorted_input &from = input(run);
-    // The next index takes the memory of this one, or all inputs in turn would go through all of the pool; in a verbose
-    // run, which counts what is asked of the pool, each has its own.
-    VERBOSE == 0 ? release_list(run) : release_index(run);
+    // The next index takes the memory of this one, or all inputs in turn would go through all of the pool. Each has its
+    // own in a verbose run, which counts what is asked of the pool, and behind one over very short records.
+    const bool large = from.memory.records.bytes + from.memory.fields.bytes > from.capacity;
+    VERBOSE != 0 || large ? release_index(run) : release_list(run);
     run.bufSize -= from.indexed;
     std::memmove(run.buf, run.buf + from.indexed, to_size(run.bufSize));
     from.indexed = 0;
