@@ -24,6 +24,7 @@ class PoolModel {
         check(pool_ != nullptr, "a pool");
     }
     ~PoolModel() {
+        verify();
         while (!live_.empty()) {
             give(kx_free, live_.begin());
         }
@@ -47,7 +48,9 @@ class PoolModel {
         case 8: give_again(); break;
         default: refusing = input_.below(4) == 0; break;
         }
-        verify();
+        if (++steps_ % 16 == 0) {
+            verify();
+        }
     }
 
   private:
@@ -75,7 +78,8 @@ class PoolModel {
     }
 
     static bool holds(const char *p, kx_i64 bytes, std::uint8_t pattern) {
-        return std::all_of(p, p + bytes, [&](char c) { return static_cast<std::uint8_t>(c) == pattern; });
+        const bool first = bytes == 0 || static_cast<std::uint8_t>(*p) == pattern;
+        return first && (bytes <= 1 || std::memcmp(p, p + 1, to_size(bytes - 1)) == 0); // each is like the one before
     }
 
     template <class Operation> void take(Operation operation) {
@@ -93,8 +97,9 @@ class PoolModel {
             return;
         }
         const auto [old, block] = *at;
+        verify(*at);
         auto *p = static_cast<char *>(operation(pool_, old, bytes));
-        if (p != nullptr) { // refused: the old block is checked with all others
+        if (p != nullptr) { // refused: the old block is still in use, and checked with all others
             check(holds(p, std::min(bytes, block.bytes), block.pattern), "a block takes its bytes along");
             live_.erase(at);
             released_ = p != old ? old : released_;
@@ -104,6 +109,7 @@ class PoolModel {
 
     template <class Operation> void give(Operation operation, Live::iterator at) {
         if (at != live_.end()) {
+            verify(*at);
             operation(pool_, at->first);
             check_poison(at->first, at->second.bytes);
             released_ = at->first;
@@ -129,11 +135,12 @@ class PoolModel {
         }
     }
 
+    static void verify(const Live::value_type &at) {
+        check(holds(at.first, at.second.bytes, at.second.pattern), "nobody writes into a block in use");
+    }
     void verify() const {
         check(kx_pool_check(pool_) == nullptr, "the pool is consistent");
-        for (const auto &[p, block] : live_) {
-            check(holds(p, block.bytes, block.pattern), "nobody writes into a block in use");
-        }
+        std::for_each(live_.begin(), live_.end(), [](const auto &at) { verify(at); });
     }
 
     kx_mem_pool *pool_;
@@ -141,6 +148,7 @@ class PoolModel {
     Live live_;
     char *released_ = nullptr; ///< the last one
     std::uint8_t pattern_ = 0;
+    unsigned steps_ = 0;
 };
 
 } // namespace

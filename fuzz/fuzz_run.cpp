@@ -50,8 +50,8 @@ struct Sorted {
 };
 
 Sorted sorted_in_memory(const Job &job, FuzzState::Memory memory, const std::string &data) {
-    const MemoryFile output, errors;
     state().begin(job, memory);
+    const MemoryFile output, errors;
     FuzzState::keep_errors(errors);
     FuzzState::set_output(output.path());
     const kx_i64 size = to_i64(data.size());
@@ -64,8 +64,8 @@ Sorted sorted_in_memory(const Job &job, FuzzState::Memory memory, const std::str
 }
 
 Sorted sorted_in_blocks(const Job &job, FuzzState::Memory memory, const std::string &data, kx_i64 budget) {
-    const MemoryFile input(data), blocks, output, errors;
     state().begin(job, memory);
+    const MemoryFile input(data), blocks, output, errors;
     FuzzState::keep_errors(errors);
     argsInfo.totalMemSize = BASIC_SIZE + budget;
     input.open(inFile);

@@ -10,13 +10,15 @@ namespace fuzz {
 
 using namespace orkan;
 
-/// An unnamed file.
+/// An unnamed file, to be made when the state has begun: one that the last input had is used again, as new ones are
+/// slow.
 class MemoryFile {
   public:
-    explicit MemoryFile(const std::string &bytes = "") : fd_(memfd_create("fuzz", MFD_CLOEXEC)) {
+    explicit MemoryFile(const std::string &bytes = "") : fd_(unused()) {
+        check(ftruncate(fd_, 0) == 0, "an empty file");
         check(pwrite(fd_, bytes.data(), bytes.size(), 0) == static_cast<ssize_t>(bytes.size()), "a file in memory");
     }
-    ~MemoryFile() { close(fd_); }
+    ~MemoryFile() { spare.push_back(fd_); }
     MemoryFile(const MemoryFile &) = delete;
     MemoryFile &operator=(const MemoryFile &) = delete;
 
@@ -34,6 +36,16 @@ class MemoryFile {
     }
 
   private:
+    static int unused() {
+        if (spare.empty()) {
+            return memfd_create("fuzz", MFD_CLOEXEC);
+        }
+        const int fd = spare.back();
+        spare.pop_back();
+        return fd;
+    }
+
+    static inline std::vector<int> spare;
     int fd_;
 };
 
@@ -62,6 +74,9 @@ class FuzzState : public support::JobState {
         kx_small.buffer = kSmallBuffer;
         configure(job);
     }
+
+    /// The next index begins with room for that many records, so that a few bytes make it grow.
+    static void expect(kx_i64 records) { kx_small.locators = records; }
 
     using JobState::set_output;
 

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <unistd.h>
 
 #include "kx_io/kx_header.h"
 #include "kx_memory/kx_memory.h"
 #include "kx_utils/kx_messages.h"
+#include "kx_utils/kx_status.h"
 #include "kx_utils/kx_text.h"
 #include "orkan/kx_run_state.h"
 
@@ -138,6 +140,15 @@ int kx_inputFile(char *buf) {
     }
     argsInfo.totalFileSize = loaded;
     return 0;
+}
+
+kx_i64 kx_expected_bytes() {
+    if (argsInfo.bUnique != 0) {
+        return 0;
+    }
+    kx_status status{};
+    const bool from_file = argsInfo.inFileNums == 0 && kx_status_of(STDIN_FILENO, status) && S_ISREG(status.st_mode);
+    return from_file ? status.st_size : argsInfo.totalFileSize;
 }
 
 } // namespace orkan

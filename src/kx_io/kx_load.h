@@ -1,4 +1,4 @@
-// kx_load.h: all inputs into one buffer.
+// kx_load.h: all inputs into one buffer, and how much they are.
 #pragma once
 
 #include "kx_types/kx_bytes.h"
@@ -13,5 +13,8 @@ kx_i64 kx_load_room();
 /// code get one, in complete mode those of each input. argsInfo.totalFileSize becomes the bytes in `buf`. 0, or 1 with
 /// a message printed.
 int kx_inputFile(char *buf);
+
+/// Bytes that a file of all records is likely to take. 0: nobody knows, as with -U or of what a pipe brings.
+kx_i64 kx_expected_bytes();
 
 } // namespace orkan

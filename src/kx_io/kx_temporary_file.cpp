@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "kx_io/kx_load.h"
 #include "kx_io/kx_temporary_hook.h"
 #include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_folder.h"
@@ -158,7 +159,7 @@ int kx_create_temporary_file() {
     if (!kx_temporary_file_create(tmpFile, file.path)) {
         return kx_fail(msg::kCreateTemporaryFile, file.path);
     }
-    kx_stream_reserve_space(tmpFile, argsInfo.bUnique != 0 ? 0 : argsInfo.totalFileSize);
+    kx_stream_reserve_space(tmpFile, kx_expected_bytes());
     return 0;
 }
 

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "kx_io/kx_error_file.h"
+#include "kx_io/kx_load.h"
 #include "kx_sort/kx_choose.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
@@ -223,7 +224,7 @@ int kx_open_output(const kx_message<const char *> &cannot_create) {
     if (is_error_file || !kx_stream_open_write(outFile, path)) {
         return kx_fail(cannot_create, path);
     }
-    kx_stream_reserve_space(outFile, argsInfo.bUnique != 0 ? 0 : argsInfo.totalFileSize);
+    kx_stream_reserve_space(outFile, kx_expected_bytes());
     return 0;
 }
 

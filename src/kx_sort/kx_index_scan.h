@@ -7,6 +7,7 @@
 #include "kx_io/kx_error_file.h"
 #include "kx_list/kx_list.h"
 #include "kx_memory/kx_memory.h"
+#include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_messages.h"
 #include "orkan/kx_run_state.h"
 
@@ -17,6 +18,9 @@ inline constexpr kx_i64 kLongestTail = 655359;
 
 /// What is longer than this is no record, wherever buffers grow with it.
 inline constexpr kx_i64 kLongestRecord = kx_i64{1} << 30;
+
+/// Locators that an index has room for at first.
+inline constexpr kx_i64 kFirstLocators = 1024;
 
 /// The longest unterminated rest that the index of a buffer may leave. In complete mode none when no more data follow,
 /// as only an unbalanced quote leaves one, and else any part of a record.

@@ -11,8 +11,6 @@ namespace orkan {
 
 namespace {
 
-constexpr kx_i64 kFirstCapacity = 1024;
-
 using Records = kx_locators<RecordInfo_csv>;
 using Fields = kx_locators<KeyInfo_csv>;
 
@@ -145,7 +143,7 @@ kx_list *list_with_all_fields(const Records &records, kx_locator_memory &memory)
 kx_list *kx_index_csv(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
     Records records(memory.records);
     bufDealedSize = 0;
-    if (!kx_error_file_open() || !records.open(kFirstCapacity)) {
+    if (!kx_error_file_open() || !records.open(kx_first_locators(kFirstLocators))) {
         return nullptr;
     }
     if (!scan_records(records, buf, size, longest_tail)) {

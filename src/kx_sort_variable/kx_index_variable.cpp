@@ -6,8 +6,6 @@ namespace orkan {
 
 namespace {
 
-constexpr kx_i64 kFirstCapacity = 1024;
-
 using Locators = kx_locators<RecordInfo>;
 
 /// From the average length so far to the number of records of the whole block.
@@ -41,7 +39,7 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 lon
 kx_list *kx_index_variable(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_index_memory &memory) {
     Locators locators(memory.records);
     bufDealedSize = 0;
-    if (!kx_error_file_open() || !locators.open(kFirstCapacity)) {
+    if (!kx_error_file_open() || !locators.open(kx_first_locators(kFirstLocators))) {
         return nullptr;
     }
     if (!scan_records(locators, buf, size, longest_tail)) {

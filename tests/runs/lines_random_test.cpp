@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
@@ -136,13 +137,7 @@ Case through_blocks(Random &random, const Box &box, std::size_t i) {
     return c;
 }
 
-string reversed(const std::vector<string> &texts) {
-    string all;
-    for (auto it = texts.rbegin(); it != texts.rend(); ++it) {
-        all += *it;
-    }
-    return all;
-}
+string reversed(const std::vector<string> &texts) { return std::accumulate(texts.rbegin(), texts.rend(), string()); }
 
 class Differential : public testing::TestWithParam<unsigned> {
   protected:

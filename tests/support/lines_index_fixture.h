@@ -10,7 +10,14 @@
 namespace support {
 
 class LinesIndex : public LinesState {
+  public:
+    ~LinesIndex() override { release(); }
+    LinesIndex(const LinesIndex &) = delete;
+    LinesIndex &operator=(const LinesIndex &) = delete;
+
   protected:
+    LinesIndex() = default;
+
     /// Indexes a block of exactly the bytes' size, so that a sanitizer sees the builder touch anything else.
     kx_list *index(const std::string &bytes) {
         release();
@@ -48,8 +55,6 @@ class LinesIndex : public LinesState {
     std::string failure(const std::string &bytes) {
         return messages_of([&] { EXPECT_EQ(index(bytes), nullptr); });
     }
-
-    ~LinesIndex() override { release(); }
 
     kx_list *list_ = nullptr;
 

@@ -83,14 +83,15 @@ testing::AssertionResult wrong(std::size_t group, std::size_t at, const std::str
 /// Takes one record off the output that is among `left`; of several that fit the longest. False when none does.
 bool take_record(const std::string &output, std::size_t &at, std::multiset<std::string> &left,
                  const std::set<std::size_t> &lengths) {
-    for (auto length = lengths.rbegin(); length != lengths.rend(); ++length) {
-        if (const auto found = left.find(output.substr(at, *length)); found != left.end()) {
-            at += found->size(); // the output may end before *length bytes
-            left.erase(found);
-            return true;
+    return std::any_of(lengths.rbegin(), lengths.rend(), [&](std::size_t length) {
+        const auto found = left.find(output.substr(at, length));
+        if (found == left.end()) {
+            return false;
         }
-    }
-    return false;
+        at += found->size(); // the output may end before `length` bytes
+        left.erase(found);
+        return true;
+    });
 }
 
 /// Takes one group's records off the output; records of one group may differ in length.

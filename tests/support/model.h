@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <numeric>
 #include <string>
 #include <vector>
 
@@ -60,6 +61,11 @@ std::string terminated(const std::string &data, const std::string &newline);
 struct Lines {
     std::vector<Item> kept;
     std::vector<std::string> short_ones;
+
+    /// What an error file gets of them: the last one first.
+    [[nodiscard]] std::string rejected() const {
+        return std::accumulate(short_ones.rbegin(), short_ones.rend(), std::string());
+    }
 };
 Lines line_items(const std::string &data, const std::string &newline, const Rules &rules);
 

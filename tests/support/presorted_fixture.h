@@ -70,10 +70,7 @@ class PresortedState : public JobState {
             if (job.format == kx_format::csv && !job.csv.keys.empty()) {
                 all += csv_rejected(data, job.csv);
             } else if (job.format == kx_format::variable) {
-                const Texts rejected = line_items(data, job.code, job.rules).short_ones;
-                for (auto it = rejected.rbegin(); it != rejected.rend(); ++it) {
-                    all += *it;
-                }
+                all += line_items(data, job.code, job.rules).rejected();
             }
         }
         return all;

@@ -289,7 +289,7 @@ void exhaust() {
 
 template <class Heads> string refusal(const Runs &runs) {
     Heads heads;
-    const string message = messages_of([&] { EXPECT_EQ(heads.open(FixedFormat{}, runs.list()), 1); });
+    string message = messages_of([&] { EXPECT_EQ(heads.open(FixedFormat{}, runs.list()), 1); });
     heads.close();
     return message;
 }

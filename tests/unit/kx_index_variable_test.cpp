@@ -276,9 +276,7 @@ TEST_F(LinesIndex, OfRandomBytesIsThatOfTheModel) {
         for (const Item &item : expected.kept) {
             kept.push_back(item.bytes);
         }
-        for (auto it = expected.short_ones.rbegin(); it != expected.short_ones.rend(); ++it) {
-            short_ones += *it;
-        }
+        short_ones += expected.rejected();
         ASSERT_EQ(records_of(bytes), kept) << round;
         ASSERT_EQ(bufDealedSize, to_i64(joined(kept).size() + joined(expected.short_ones).size())) << round;
     }

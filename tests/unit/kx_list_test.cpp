@@ -51,19 +51,23 @@ bool refuse_all; // every request to the system
 bool refuse_large(kx_site site, kx_i64 bytes) { return site == kx_site::allocate && (refuse_all || bytes > 8192); }
 
 class ListTest : public ::testing::Test {
-  protected:
-    ListTest() {
-        memPool = kx_mem_pool_create(8 << 20, 0);
-        for (int i = 0; i < 20000; ++i) {
-            elements[i].key = i;
-        }
-    }
+  public:
     ~ListTest() override {
         kx_fault_hook = nullptr;
         refuse_all = false;
         EXPECT_STREQ(kx_pool_check(memPool), nullptr);
         kx_mem_pool_free(memPool);
         memPool = nullptr;
+    }
+    ListTest(const ListTest &) = delete;
+    ListTest &operator=(const ListTest &) = delete;
+
+  protected:
+    ListTest() {
+        memPool = kx_mem_pool_create(8 << 20, 0);
+        for (int i = 0; i < 20000; ++i) {
+            elements[i].key = i;
+        }
     }
 
     static void refuse_system() {

@@ -7,6 +7,7 @@
 
 #include "support/capture.h"
 #include "support/fault.h"
+#include "support/feeder.h"
 #include "support/run_state.h"
 
 namespace {
@@ -55,6 +56,21 @@ class Load : public RunState {
 
     Box box;
 };
+
+// What a file of all records takes
+
+TEST_F(Load, NamedInputsAreExpectedToTakeTheirSizes) {
+    inputs({"ab\n", "c\n"});
+    EXPECT_EQ(kx_expected_bytes(), 5);
+    argsInfo.bUnique = 1;
+    EXPECT_EQ(kx_expected_bytes(), 0) << "nobody knows how many are equal";
+}
+
+TEST_F(Load, StandardInputIsExpectedToTakeTheSizeOfItsFileAndOfAPipeNobodyKnows) {
+    const auto expected = [] { return static_cast<int>(kx_expected_bytes()); };
+    EXPECT_EQ(in_child(expected, {.input = "abc\n"}).status, 4);
+    EXPECT_EQ(in_child(expected, {.before = [] { feed_in_pieces("abc\n", 4, 0); }}).status, 0);
+}
 
 // Whole files
 

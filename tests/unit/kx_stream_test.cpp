@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "kx_utils/kx_status.h"
 #include "support/fault.h"
 #include "support/stream_fixture.h"
 
@@ -270,6 +271,18 @@ TEST_F(Stream, ReservedRoomCountsOnceCommitted) {
 }
 
 // Positions
+
+TEST_F(Stream, SpaceAskedForInAdvanceIsGivenBackWhereItIsNotUsed) {
+    constexpr kx_i64 kWanted = 8 << 20;
+    open_for_writing();
+    kx_stream_reserve_space(s, kWanted);
+    EXPECT_TRUE(put(s, "abc"));
+    EXPECT_TRUE(kx_stream_close(s));
+    kx_status status{};
+    ASSERT_TRUE(kx_status_of(box.path("out").c_str(), status));
+    EXPECT_EQ(status.st_size, 3);
+    EXPECT_LT(status.st_blocks * 512, kWanted);
+}
 
 TEST_F(Stream, SeeksWhileReading) {
     open_for_reading("0123456789");
