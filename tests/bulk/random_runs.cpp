@@ -93,7 +93,7 @@ void choose_sizes(Run &run, std::mt19937 &random) {
     if (run.path != Path::in_memory && below(random, 10) > 0) {
         run.sizes.budget = orkan::BASIC_SIZE + 8 * kLongest + static_cast<orkan::kx_i64>(below(random, 6000));
     }
-    run.sizes.pool = static_cast<orkan::kx_i64>(1024 << below(random, 10));
+    run.sizes.pool = orkan::kx_i64{1024} << below(random, 10);
     // Kept: without complete mode one buffer of each fixed-length input is merged.
     if (below(random, 4) > 0 && !(is_fixed(run) && run.path == Path::presorted && !run.complete)) {
         run.sizes.buffer = kLongest + static_cast<orkan::kx_i64>(below(random, 900));

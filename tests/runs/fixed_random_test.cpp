@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(Seeds, Differential, testing::Range(1U, 25U));
 TEST(Large, AgreesWithTheModel) {
     const Box box;
     Random random(4711);
-    const string data = random.data(30000 * 25);
+    const string data = random.data(std::size_t{30000} * 25);
     box.write("in", data);
     const ModelKey text{.position = 3, .length = 4},
         number{.position = 7, .length = 5, .numeric = true, .descending = true};

@@ -64,7 +64,7 @@ TEST_P(Order, OfTheRecords) {
 
 const auto name_of = [](const auto &row) { return row.param.name; };
 
-string bytes(const char *text, std::size_t n) { return string(text, n); }
+string bytes(const char *text, std::size_t n) { return {text, n}; }
 
 INSTANTIATE_TEST_SUITE_P(
     WholeRecords, Order,

@@ -18,7 +18,6 @@ namespace {
 using orkan::kx_site;
 using std::string;
 using support::Box;
-using support::Call;
 using support::kEnd;
 using support::kFailed;
 using support::kFailedJa;

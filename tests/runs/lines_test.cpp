@@ -63,7 +63,7 @@ TEST_P(Lines, InOrder) {
     EXPECT_EQ(box.files(), "in out tmp/");
 }
 
-string bytes(const char *text, std::size_t n) { return string(text, n); }
+string bytes(const char *text, std::size_t n) { return {text, n}; }
 
 INSTANTIATE_TEST_SUITE_P(
     WholeRecords, Lines,

@@ -17,7 +17,7 @@ using namespace support;
 using Args = std::vector<string>;
 using Sizes = std::vector<orkan::kx_i64>;
 
-constexpr orkan::kx_i64 kMib = 1024 * 1024;
+constexpr orkan::kx_i64 kMib = orkan::kx_i64{1} << 20;
 constexpr orkan::kx_i64 kMinimum = 16 * kMib, kDefault = 64 * kMib, kWanted = 100 * kMib;
 
 void refuse(const Sizes &sizes) {

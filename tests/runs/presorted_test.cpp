@@ -16,7 +16,6 @@ namespace {
 
 using namespace support;
 using orkan::kx_i64;
-using orkan::kx_site;
 using std::string;
 
 using Args = std::vector<string>;

@@ -207,7 +207,7 @@ TEST_P(Merge, FailsWithItsMessage) {
         EXPECT_EQ(o.err, kStart + (japanese ? kMemoryJa : kMemory) +
                              with_path(japanese ? row.japanese : row.english, in_tmp(o)) +
                              (japanese ? kFailedJa : kFailed));
-        const bool has_output = box.read("out") == "";
+        const bool has_output = box.read("out").empty();
         EXPECT_EQ(box.files(), (has_output ? "out tmp/" : "tmp/") + (row.stays ? " " + in_tmp(o) : ""));
         EXPECT_EQ(has_output, row.name == string("not_deleted"));
     }

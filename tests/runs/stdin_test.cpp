@@ -28,7 +28,7 @@ Args with(Args args, const Args &more) {
 }
 
 // The smallest budget is 16 MiB, of which 15 MiB are divided.
-constexpr std::size_t kLinesChunk = (15 << 20) / 4 * 3, kCsvChunk = (15 << 20) / 2;
+constexpr std::size_t kLinesChunk = (std::size_t{15} << 20) / 4 * 3, kCsvChunk = (std::size_t{15} << 20) / 2;
 
 std::size_t chunk_of(const Job &job) {
     switch (job.format) {

@@ -29,7 +29,7 @@ class CompleteRuns : public RunState {
     Box box;
 
   private:
-    int sort(Path path, const std::vector<std::string> &arguments, kx_i64 above);
+    static int sort(Path path, const std::vector<std::string> &arguments, kx_i64 above);
 };
 
 } // namespace support

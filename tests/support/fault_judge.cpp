@@ -154,7 +154,7 @@ string wrong_in_failure(const string &messages, kx_site site, Refusal refusal) {
     std::size_t found = 0;
     bool syntax = false;
     for (const string &line : inner_lines(messages)) {
-        const bool is_cause = causes.count(line) > 0;
+        const bool is_cause = causes.contains(line);
         found += is_cause ? 1 : 0;
         syntax = syntax || line == kSyntaxError;
         if (!is_cause && kNotices.count(line) + kSummaries.count(line) + kUndeleted.count(line) == 0 &&
@@ -174,7 +174,7 @@ string wrong_in_success(const string &messages, bool error_file_may_fail) {
     const std::vector<string> lines = inner_lines(messages);
     for (const string &line : lines) {
         const bool want_of_memory = line == kNoMemory && contains(lines, kUseTemporary);
-        if (kNotices.count(line) == 0 && !want_of_memory && !(line == kNoErrorFile && error_file_may_fail)) {
+        if (!kNotices.contains(line) && !want_of_memory && !(line == kNoErrorFile && error_file_may_fail)) {
             return "succeeds with a message that does not belong here: " + line;
         }
     }

@@ -193,7 +193,7 @@ std::vector<std::string> options_of(const Job &job) {
     if (job.format == kx_format::fixed) {
         args.push_back("-L" + std::to_string(job.length));
     } else {
-        args.push_back(job.code == "\n" ? "-P\\n" : job.code == "\r" ? "-P\\r" : "-P\\r\\n");
+        args.emplace_back(job.code == "\n" ? "-P\\n" : job.code == "\r" ? "-P\\r" : "-P\\r\\n");
     }
     for (const char *option : {is_stable(job) ? "-S" : "", is_unique(job) ? "-U" : ""}) {
         if (*option != '\0') {

@@ -39,7 +39,7 @@ class JobState : public RunState {
         job.format == kx_format::csv ? set_csv_keys(job.csv) : set_byte_keys(job.rules);
     }
 
-    void set_error_file(const std::string &path) {
+    static void set_error_file(const std::string &path) {
         std::free(argsInfo.errFile.path);
         argsInfo.errFile.path = kx_copy_text(path.c_str());
     }
