@@ -27,7 +27,7 @@ struct FixedFormat {
     kx_prefix_rule first = kx_choose_prefix_rule();
     bool consistent = true;
 
-    [[nodiscard]] kx_head_order order() const { return kx_choose_run_order(); }
+    [[nodiscard]] static kx_head_order order() { return kx_choose_run_order(); }
     [[nodiscard]] bool order_is_consistent() const { return consistent; }
     [[nodiscard]] kx_prefix prefix(const UnitDataInfo &run) const { return first.of(fixed_head(run)); }
     [[nodiscard]] Bytes text(const UnitDataInfo &run) const { return first.bytes_of(fixed_head(run)); }
@@ -38,8 +38,8 @@ struct FixedFormat {
 class Runs {
   public:
     explicit Runs(std::vector<string> bytes) : bytes_(std::move(bytes)), units_(bytes_.size()) {
-        for (std::size_t i = 0; i < units_.size(); ++i) {
-            EXPECT_EQ(kx_list_append(list_.get(), &units_[i]), 0);
+        for (UnitDataInfo &unit : units_) {
+            EXPECT_EQ(kx_list_append(list_.get(), &unit), 0);
         }
         rewind();
     }
@@ -106,7 +106,7 @@ Sequence taken_by_model(Runs &runs, const ModelHeads::Order &order, bool stable)
 
 class HeadsFixture : public RunState {
   protected:
-    void configure(const Rules &rules) {
+    static void configure(const Rules &rules) {
         set_fixed(kLength);
         std::vector<KeyInfo> keys;
         for (const ModelKey &k : rules.keys) {
@@ -229,8 +229,8 @@ int cyclic_stable(const void *a, const void *b) {
 }
 
 struct CyclicFormat : FixedFormat {
-    [[nodiscard]] kx_head_order order() const { return {cyclic, cyclic_stable}; }
-    [[nodiscard]] bool order_is_consistent() const { return false; }
+    [[nodiscard]] static kx_head_order order() { return {cyclic, cyclic_stable}; }
+    [[nodiscard]] static bool order_is_consistent() { return false; }
 };
 
 TEST_F(HeadsFixture, WithoutAConsistentOrderTheListsProcedureDecides) {

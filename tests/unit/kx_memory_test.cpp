@@ -32,6 +32,7 @@ class OwnPool {
     }
     OwnPool(const OwnPool &) = delete;
     OwnPool &operator=(const OwnPool &) = delete;
+    // NOLINTNEXTLINE(google-explicit-constructor): stands wherever a pool does
     operator kx_mem_pool *() const { return pool_; }
     kx_mem_pool *operator->() const { return pool_; }
 
@@ -1219,7 +1220,7 @@ TEST(PoolCheck, NamesTheBrokenInvariant) {
         kx_qmalloc(pool, 64);
         auto restore = damage(pool, header(a));
         const char *broken = kx_pool_check(pool);
-        const std::string text = broken == nullptr ? "" : std::string(broken).substr(0, 2);
+        std::string text = broken == nullptr ? "" : std::string(broken).substr(0, 2);
         restore();
         EXPECT_STREQ(kx_pool_check(pool), nullptr);
         kx_mem_pool_free(pool);
