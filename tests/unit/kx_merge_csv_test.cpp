@@ -135,8 +135,10 @@ TEST_F(MergeCsv, ARecordAtTheBuffersEndCountsAsCut) {
     EXPECT_EQ(seeks_of(row("a", 16) + row("b", 16), 4096), 2) << "the last one of every block";
     EXPECT_EQ(seeks_of(row("a", 16) + row("b", 16) + row("c", 16), 4096), 2);
     // Three quarters of the budget; 16 bytes stand in front of each record.
-    EXPECT_EQ(seeks_of(row("a", 16) + row("b", 16) + row("c", 16), 4 * 22), 2) << "66 bytes hold two and a bit more";
-    EXPECT_EQ(seeks_of(row("a", 16) + row("b", 24) + row("c", 24), 4 * 24), 3) << "72 bytes end with the second";
+    EXPECT_EQ(seeks_of(row("a", 16) + row("b", 16) + row("c", 16), kx_i64{4} * 22), 2)
+        << "66 bytes hold two and a bit more";
+    EXPECT_EQ(seeks_of(row("a", 16) + row("b", 24) + row("c", 24), kx_i64{4} * 24), 3)
+        << "72 bytes end with the second";
 }
 
 TEST_F(MergeCsv, RecordsWithFarMoreLocatorsThanBytes) {
