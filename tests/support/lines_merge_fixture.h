@@ -48,7 +48,7 @@ class LinesMerge : public LinesState {
         block->size = size;
         block->totalRecNum = records;
     }
-    void start_again() {
+    static void start_again() {
         use_exhausted_pool();
         argsInfo.maxRecLen = 0;
         argsInfo.outFile.outBuf = nullptr;

@@ -20,7 +20,7 @@ class InputTrace : public StdinState {
   protected:
     InputTrace() { VERBOSE = 1; }
 
-    string trace_of(const string &data) {
+    static string trace_of(const string &data) {
         const Sorted sorted = sort(data, {.input = data});
         EXPECT_EQ(sorted.status, 0);
         return steady_clocks(sorted.outcome.err);

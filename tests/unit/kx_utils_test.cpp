@@ -33,7 +33,7 @@ Bytes bytes_of(const string &text) { return {text.data(), to_i64(text.size())}; 
 
 /// A string given to the caller, taken over; "(null)" for null.
 string taken(char *text) {
-    const string copy = text == nullptr ? "(null)" : text;
+    string copy = text == nullptr ? "(null)" : text;
     std::free(text);
     return copy;
 }
