@@ -6,6 +6,7 @@
 
 #include "kx_io/kx_header.h"
 #include "kx_memory/kx_memory.h"
+#include "kx_utils/kx_mapping.h"
 #include "kx_utils/kx_messages.h"
 #include "kx_utils/kx_status.h"
 #include "kx_utils/kx_text.h"
@@ -36,6 +37,17 @@ int read_rest_into(char *buf, kx_i64 &loaded, kx_i64 bytes, const FileInfo &file
     return keeps_every_record() && kx_stream_read(inFile, &probe, 1) != 0 ? kx_fail(failure, file.path) : 0;
 }
 
+/// The header line at the begin of the input's first bytes; that of the first input is kept.
+int take_header(Bytes head, const FileInfo &file, kx_i64 &length) {
+    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const char *line_end = kx_findstr(head.ptr, head.len, sep);
+    if (line_end == nullptr) {
+        return kx_fail(msg::kReadCsvHeader);
+    }
+    length = line_end + sep.len - head.ptr;
+    return &file == argsInfo.arrInFile ? kx_keep_header({head.ptr, length}) : 0;
+}
+
 /// The input's first megabyte, through `scratch`, less its header line. A shorter one is an error: nothing that was not
 /// read may be sorted.
 int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, const FileInfo &file) {
@@ -43,13 +55,8 @@ int load_behind_header(char *scratch, kx_i64 head, char *buf, kx_i64 &loaded, co
     if (read_into(scratch, held, head, file, msg::kReadInputFile) != 0) {
         return 1;
     }
-    const Bytes sep{argsInfo.sep, argsInfo.sep_len};
-    const char *line_end = kx_findstr(scratch, head, sep);
-    if (line_end == nullptr) {
-        return kx_fail(msg::kReadCsvHeader);
-    }
-    const kx_i64 length = line_end + sep.len - scratch;
-    if (&file == argsInfo.arrInFile && kx_keep_header({scratch, length}) != 0) {
+    kx_i64 length = 0;
+    if (take_header({scratch, head}, file, length) != 0) {
         return 1;
     }
     std::memcpy(buf + loaded, scratch + length, to_size(head - length));
@@ -75,11 +82,13 @@ int load_behind_line(char *buf, kx_i64 &loaded, const FileInfo &file) {
     return status != 0 ? 1 : read_rest_into(buf, loaded, file.size - length, file, msg::kReadInputFile);
 }
 
+bool has_header() { return argsInfo.bCsv != 0 && argsInfo.bHeader != 0; }
+
 int load_opened(char *buf, kx_i64 &loaded, const FileInfo &file) {
     if (!kx_stream_set_buffer(inFile, 0)) {
         return kx_fail(msg::kInputBuffer);
     }
-    if (argsInfo.bCsv != 0 && argsInfo.bHeader != 0) {
+    if (has_header()) {
         return keeps_every_record() ? load_behind_line(buf, loaded, file) : load_with_header(buf, loaded, file);
     }
     // Kept: a short read of a whole file is reported in Japanese everywhere.
@@ -115,7 +124,84 @@ void end_input(FileInfo &file, char *buf, kx_i64 first, kx_i64 &loaded) {
     file.end = loaded;
 }
 
+/// Behind the last input.
+void end_inputs(char *buf, kx_i64 loaded) {
+    if (keeps_every_record()) {
+        dataOrigin = {argsInfo.arrInFile, argsInfo.inFileNums, 0};
+    } else {
+        end_with_newline_code(buf, 0, loaded);
+    }
+    argsInfo.totalFileSize = loaded;
+}
+
+// --- without a copy ----------------------------------------------------------------------------------------------
+
+bool is_worth_mapping() {
+    const bool single = argsInfo.inFileNums == 1 && VERBOSE == 0;
+    return single && argsInfo.arrInFile[0].size >= kx_least_mapped(kWorthMapping) && !kx_output_is_an_input();
+}
+
+/// The header line of the opened and mapped input, if it has one.
+int take_mapped_header(const char *begin, const FileInfo &file, kx_i64 &length) {
+    if (keeps_every_record() || !has_header()) {
+        return kx_take_header(inFile, length);
+    }
+    return take_header({begin, std::min(file.size, kHeaderSearchLimit)}, file, length);
+}
+
+int map_opened(char *&buf, FileInfo &file) {
+    char *begin = kx_map(inFile, file.size, argsInfo.sep_len);
+    kx_i64 header = 0;
+    if (begin != nullptr && take_mapped_header(begin, file, header) != 0) {
+        return 1;
+    }
+    if (begin != nullptr) {
+        buf = begin + header;
+        kx_i64 loaded = file.size - header;
+        if (keeps_every_record()) {
+            end_input(file, buf, 0, loaded);
+        }
+        end_inputs(buf, loaded);
+    }
+    return 0;
+}
+
 } // namespace
+
+int kx_map_input(char *&buf) {
+    buf = nullptr;
+    if (!is_worth_mapping() || !kx_stream_open_read(inFile, argsInfo.arrInFile[0].path)) {
+        return 0; // who loads it says why it cannot be opened
+    }
+    const int status = map_opened(buf, argsInfo.arrInFile[0]);
+    kx_stream_clear(inFile);
+    return status;
+}
+
+int kx_check_input() {
+    const bool whole = !has_header(); // Kept: Japanese everywhere, as where it is loaded.
+    return !kx_mapping_damaged()
+               ? 0
+               : kx_fail(whole ? msg::kReadInputFile.japanese_only() : msg::kReadInputFile, argsInfo.arrInFile[0].path);
+}
+
+void kx_release_input(char *buf) {
+    if (kx_is_mapped(buf)) {
+        kx_unmap();
+    } else {
+        kx_qfree(memPool, buf);
+    }
+}
+
+bool kx_output_is_an_input() {
+    const char *output = argsInfo.outFile.path;
+    bool is_input = false;
+    for (kx_i64 i = 0; !is_input && i < argsInfo.inFileNums; ++i) {
+        const char *input = argsInfo.arrInFile[i].path;
+        is_input = output != nullptr ? kx_same_file(input, output) : kx_is_standard_output(input);
+    }
+    return is_input;
+}
 
 kx_i64 kx_load_room() {
     const kx_i64 codes = keeps_every_record() ? argsInfo.inFileNums : 1;
@@ -133,12 +219,7 @@ int kx_inputFile(char *buf) {
             end_input(argsInfo.arrInFile[i], buf, first, loaded);
         }
     }
-    if (keeps_every_record()) {
-        dataOrigin = {argsInfo.arrInFile, argsInfo.inFileNums, 0};
-    } else {
-        end_with_newline_code(buf, 0, loaded);
-    }
-    argsInfo.totalFileSize = loaded;
+    end_inputs(buf, loaded);
     return 0;
 }
 

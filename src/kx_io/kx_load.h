@@ -14,6 +14,20 @@ kx_i64 kx_load_room();
 /// a message printed.
 int kx_inputFile(char *buf);
 
+/// As kx_inputFile without a copy, for a single large input: `buf` becomes where its records are. It stays null, and
+/// nothing has happened, where they are to be loaded: so are several inputs, those of verbose runs, whose report counts
+/// the memory, and one that is the output too. 0, or 1 with a message.
+int kx_map_input(char *&buf);
+
+/// After the input was mapped: 1, with a message, when it has lost bytes meanwhile; else 0.
+int kx_check_input();
+
+/// Gives back the buffer that holds the records, loaded or mapped.
+void kx_release_input(char *buf);
+
+/// True when what the output's path or standard output leads to is one of the inputs.
+bool kx_output_is_an_input();
+
 /// Bytes that a file of all records is likely to take. 0: nobody knows, as with -U or of what a pipe brings.
 kx_i64 kx_expected_bytes();
 

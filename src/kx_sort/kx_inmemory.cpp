@@ -1,6 +1,7 @@
 // kx_inmemory.cpp: index, sort the index, write, release; the data never move.
 #include "kx_sort/kx_inmemory.h"
 
+#include "kx_io/kx_load.h"
 #include "kx_io/kx_writers.h"
 #include "kx_memory/kx_memory.h"
 #include "kx_sort/kx_formats.h"
@@ -25,7 +26,7 @@ void trace_stretch(const kx_message<double> &message) {
 void release_all(kx_list *list, char *buf) {
     kx_release_locators();
     kx_list_destroy(list, nullptr);
-    kx_qfree(memPool, buf);
+    kx_release_input(buf);
 }
 
 int sort_in_memory(char *buf, kx_i64 size, bool stable) {
@@ -44,10 +45,13 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
     if (list != nullptr && kx_sort_index(list, stable) != 0) {
         return kx_fail(msg::kStableSortFailed);
     }
+    if (kx_check_input() != 0) {
+        return 1; // before the output is touched
+    }
     trace_stretch(stable ? msg::kStableSortTook : msg::kUnstableSortTook);
     kx_progress_begin(orkan_progress_writing, 3, 3, size, kx_progress_counts::writes);
     const auto output = argsInfo.bUnique == 1 ? kx_outputFile_list_unique : kx_outputFile_list;
-    if (output(list, nullptr) != 0) {
+    if (output(list, nullptr) != 0 || kx_check_input() != 0) {
         return 1; // nothing freed: the driver gives the whole pool back
     }
     trace_stretch(msg::kOutputTook);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "kx_io/kx_header.h"
+#include "kx_io/kx_load.h"
 #include "kx_io/kx_writers.h"
 #include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_presorted_merge.h"
@@ -36,19 +37,8 @@ int open_input(FileInfo &file) {
     return keeps_every_record() ? skip_header(file) : 0;
 }
 
-/// Opening the output would empty an input that is still to be read; appending to it would never end.
-bool output_is_an_input() {
-    const char *output = argsInfo.outFile.path;
-    bool is_input = false;
-    for (kx_i64 i = 0; !is_input && i < argsInfo.inFileNums; ++i) {
-        const char *input = argsInfo.arrInFile[i].path;
-        is_input = output != nullptr ? kx_same_file(input, output) : kx_is_standard_output(input);
-    }
-    return is_input;
-}
-
 int open_output() {
-    if (output_is_an_input()) {
+    if (kx_output_is_an_input()) { // opening would empty what is still to be read; appending to it would never end
         return argsInfo.outFile.path != nullptr ? kx_fail(msg::kCreateOutputFile, argsInfo.outFile.path)
                                                 : kx_fail(msg::kWriteStandardOutput);
     }

@@ -18,9 +18,6 @@ namespace orkan {
 
 namespace {
 
-// One system call moves at most this much: little enough to tell of progress often, and enough to cost nothing.
-constexpr kx_i64 kMostPerCall = kx_i64{1} << 23;
-
 // Descriptors 0 to 2 stay free of files even where the caller started us with a standard stream closed: otherwise
 // messages or records for that stream would end up in the file.
 int above_standard_streams(int fd) {

@@ -14,6 +14,9 @@
 
 namespace orkan {
 
+/// One system call moves at most so many bytes: few enough to tell of progress often, and enough to cost nothing.
+inline constexpr kx_i64 kMostPerCall = kx_i64{1} << 23;
+
 struct kx_stream {
     int fd;        ///< meaningful while open
     bool open;     ///< a file or a borrowed standard stream stands behind the handle

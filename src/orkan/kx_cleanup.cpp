@@ -7,6 +7,7 @@
 #include "kx_paras/kx_paras.h"
 #include "kx_sort/kx_formats.h"
 #include "kx_sort/kx_index_sort.h"
+#include "kx_utils/kx_mapping.h"
 #include "orkan/kx_driver.h"
 #include "orkan/kx_run_state.h"
 
@@ -32,6 +33,7 @@ void kx_CleanupGlobalVars() {
         kx_stream_clear(*handle); // harmless where the driver has closed it already
     }
     kx_temporary_file_forget();
+    kx_unmap();
     kx_release_locators();
     dataEnd = nullptr;
     kx_CleanupArgsInfo(&argsInfo);

@@ -117,10 +117,18 @@ int sort_for_want_of_memory() {
     return kx_sort_through_temporary_file();
 }
 
-int load_inputs(char *buf) {
+/// Into the room at `buf`; where they can be had without a copy that is given back, and `buf` is where they are.
+int load_inputs(char *&buf) {
     start = kx_clock();
     kx_progress_begin(orkan_progress_reading, 1, 3, argsInfo.totalFileSize, kx_progress_counts::reads);
-    if (kx_inputFile(buf) != 0) {
+    char *mapped = nullptr;
+    if (kx_map_input(mapped) != 0) {
+        return 1;
+    }
+    if (mapped != nullptr) {
+        kx_qfree(memPool, buf);
+        buf = mapped;
+    } else if (kx_inputFile(buf) != 0) {
         return 1;
     }
     finish = kx_clock();

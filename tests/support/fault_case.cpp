@@ -73,7 +73,7 @@ string joined(const std::vector<Record> &records, bool unique) {
 
 string FaultCase::name() const {
     static const char *const formats[] = {"fixed", "lines", "csv"};
-    static const char *const routes[] = {"in_memory", "split", "one_chunk", "chunks", "presorted"};
+    static const char *const routes[] = {"in_memory", "mapped", "split", "one_chunk", "chunks", "presorted"};
     static const char *const wishes[] = {"plain", "stable", "unique"};
     const int kind = format == kx_format::fixed ? 0 : format == kx_format::csv ? 2 : 1;
     return string(formats[kind]) + "_" + routes[static_cast<int>(route)] + "_" + wishes[static_cast<int>(wish)] +
@@ -85,7 +85,7 @@ std::vector<FaultCase> all_fault_cases() {
     for (const bool complete : {false, true}) {
         for (const kx_format format : {kx_format::fixed, kx_format::variable, kx_format::csv}) {
             for (const Route route :
-                 {Route::in_memory, Route::split, Route::one_chunk, Route::chunks, Route::presorted}) {
+                 {Route::in_memory, Route::mapped, Route::split, Route::one_chunk, Route::chunks, Route::presorted}) {
                 for (const Wish wish : {Wish::plain, Wish::stable, Wish::unique}) {
                     cases.push_back({format, route, wish, complete, 0});
                     // Every third one has an error file, and it is not always the same wish.
@@ -146,7 +146,10 @@ std::vector<string> arguments_of(const FaultCase &c, const std::vector<string> &
 
 orkan::kx_small_sizes sizes_of(const FaultCase &c) {
     const orkan::kx_i64 above = c.route == Route::one_chunk ? 65536 : 400;
-    return {orkan::BASIC_SIZE + above, kPool, kBuffer};
+    return {.budget = orkan::BASIC_SIZE + above,
+            .pool = kPool,
+            .buffer = kBuffer,
+            .mapping = c.route == Route::mapped ? 1 : 0};
 }
 
 } // namespace support

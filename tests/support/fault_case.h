@@ -11,7 +11,7 @@
 
 namespace support {
 
-enum class Route { in_memory, split, one_chunk, chunks, presorted };
+enum class Route { in_memory, mapped, split, one_chunk, chunks, presorted };
 enum class Wish { plain, stable, unique };
 
 struct FaultCase {

@@ -80,8 +80,9 @@ Texts joined(Texts all, const Texts &more) {
 const std::map<kx_site, Texts> kCauses = {
     {kx_site::open, kNoFile},
     {kx_site::duplicate, kNoFile},
-    {kx_site::stat, joined(joined(kNoFile, kUndeleted), {"☆ Failed to stat input file # []!",
-                                                         "☆ Error occurred while writing to standard output!"})},
+    {kx_site::stat,
+     joined(joined(joined(kNoFile, kUndeleted), kUnread),
+            {"☆ Failed to stat input file # []!", "☆ Error occurred while writing to standard output!"})},
     {kx_site::truncate, {"☆ Failed to create temporary file []!"}},
     {kx_site::mode, {"☆ Failed to create temporary file []!"}},
     {kx_site::access, {"☆ Temporary folder [] does not exist or insufficient permissions!"}},

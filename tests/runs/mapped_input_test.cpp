@@ -1,0 +1,164 @@
+// mapped_input_test.cpp: a single large input is sorted where it is, without a copy; nobody can tell by the result.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "support/run.h"
+#include "support/texts.h"
+
+namespace {
+
+using namespace support;
+using orkan::kx_i64;
+using orkan::kx_site;
+using std::string;
+using Args = std::vector<string>;
+
+void map_everything() { orkan::kx_small = {.budget = 0, .pool = 0, .buffer = 0, .mapping = 1}; }
+void map_completely() {
+    map_everything();
+    setenv("ORKAN_COMPLETE", "1", 1);
+}
+void load_completely() { setenv("ORKAN_COMPLETE", "1", 1); }
+
+string lines(int count) {
+    string text;
+    for (int i = 0; i < count; ++i) {
+        text += "line," + std::to_string(10000 + i * 7919 % 1007).substr(1) + "\n";
+    }
+    return text;
+}
+
+Args with(Args args, const Args &more) {
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+}
+
+const std::vector<Args> kKinds = {{"-L10", "-K5,4"}, {"-A"}, {"-K5,4n"}, {"-C", "-K2"}, {"-C", "-K2n", "-D,"}};
+const std::vector<Args> kWishes = {{}, {"-S"}, {"-U"}};
+
+// The same result
+
+void expect_the_same(const string &input, const Args &args) {
+    const Box box;
+    box.write("in", input);
+    for (const bool complete : {false, true}) {
+        SCOPED_TRACE(complete ? "complete" : "default");
+        const Outcome loaded = box.run({.args = with(args, {"in"}), .before = complete ? load_completely : nullptr});
+        const Outcome mapped =
+            box.run({.args = with(args, {"in"}), .before = complete ? map_completely : map_everything});
+        EXPECT_EQ(mapped.out, loaded.out);
+        EXPECT_EQ(mapped.err, loaded.err);
+        EXPECT_EQ(mapped.status, loaded.status);
+        EXPECT_EQ(box.read("in"), input);
+    }
+}
+
+TEST(MappedInput, GivesTheSameAsALoadedOneInEveryFormat) {
+    for (const Args &kind : kKinds) {
+        for (const Args &wish : kWishes) {
+            SCOPED_TRACE(kind.back() + (wish.empty() ? "" : wish.front()));
+            expect_the_same(lines(1000), with(kind, wish));
+        }
+    }
+}
+
+TEST(MappedInput, MayLackItsLastNewlineCodeEvenAtTheEndOfAPage) {
+    const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+    for (const std::size_t size : {page - 1, page, page + 1, 2 * page}) {
+        SCOPED_TRACE(size);
+        expect_the_same(lines(1000).substr(0, size), {"-A"});
+        expect_the_same(lines(1000).substr(0, size), {"-A", "-P\\r\\n"});
+        expect_the_same(lines(1000).substr(0, size), {"-C", "-K2"});
+    }
+}
+
+TEST(MappedInput, HasItsHeaderLineTakenOff) {
+    expect_the_same("text,number\n" + lines(1000), {"-C", "-H", "-K2"});
+    expect_the_same("\"text\nand more\",number\n" + lines(1000), {"-C", "-H", "-K2", "-U"});
+    expect_the_same("only the header line\n", {"-C", "-H", "-K1"});
+    expect_the_same("no header line", {"-C", "-H", "-K1"});
+}
+
+TEST(MappedInput, OfAnInvalidSizeIsTheSameError) { expect_the_same(lines(1000) + "12345", {"-L10", "-K5,4"}); }
+
+// A file that becomes shorter meanwhile
+
+constexpr int kShortened = 5000; // bytes; in the middle of a page
+int shorten_at, calls, opened;
+
+/// Shortens the input at the chosen call of the system, from its opening on; "early" tells that no output is open yet.
+void shorten_at_call() {
+    map_everything();
+    orkan::kx_fault_hook = [](kx_site site, kx_i64 /*bytes*/) {
+        opened += site == kx_site::open ? 1 : 0;
+        calls += opened > 0 ? 1 : 0;
+        if (calls == shorten_at && truncate("in", kShortened) != 0) {
+            abort();
+        }
+        if (calls == shorten_at && opened < 2 && mkdir("early", 0700) != 0) {
+            abort();
+        }
+        return false;
+    };
+}
+
+void expect_failure_wherever_it_shrinks(const Args &args, const string &sorted) {
+    bool shortened = true;
+    int failures = 0, early = 0;
+    for (shorten_at = 1; shortened; ++shorten_at) {
+        SCOPED_TRACE("call " + std::to_string(shorten_at));
+        const Box box;
+        box.write("in", lines(1000));
+        box.write("out", "old");
+        const Outcome o = box.run({.args = with(args, {"-O", "out", "in"}), .before = shorten_at_call});
+        shortened = box.read("in").size() == kShortened;
+        ASSERT_EQ(o.ending, Ending::returned);
+        if (o.status == 0) {
+            EXPECT_EQ(box.read("out"), sorted) << "only a whole result is a success";
+        } else {
+            EXPECT_TRUE(shortened);
+            EXPECT_NE(o.err.find(kFailed), string::npos) << o.err;
+            ++failures;
+        }
+        if (box.files().find("early/") != string::npos) {
+            EXPECT_EQ(box.read("out"), "old") << "noticed before the output is touched";
+            EXPECT_EQ(o.status, 1);
+            ++early;
+        }
+    }
+    EXPECT_GT(early, 3);
+    EXPECT_GT(failures, early) << "also while the output is written";
+}
+
+TEST(MappedInput, ThatShrinksIsAFailureAtEveryCallThatComesAfter) {
+    for (const Args &kind : kKinds) {
+        for (const Args &wish : kWishes) {
+            SCOPED_TRACE(kind.front() + (wish.empty() ? "" : wish.front()));
+            const Args args = with(kind, wish);
+            const Box box;
+            box.write("in", lines(1000));
+            expect_failure_wherever_it_shrinks(args, box.run({.args = with(args, {"in"})}).out);
+        }
+    }
+}
+
+TEST(MappedInput, ThatShrinksIsToldOfAsWhereItIsLoaded) {
+    shorten_at = 5;
+    for (const Args &args : {Args{"-A"}, Args{"-C", "-K2"}}) {
+        const Box box;
+        box.write("in", lines(1000));
+        const Outcome o = box.run({.args = with(args, {"in"}), .before = shorten_at_call});
+        EXPECT_EQ(o.err, kStart + "☆入力ファイル[in]の読み込み中にエラーが発生しました！\n" + kFailed);
+    }
+    const Box box;
+    box.write("in", lines(1000));
+    const Outcome o = box.run({.args = {"-C", "-K2", "-H", "in"}, .before = shorten_at_call});
+    EXPECT_EQ(o.err, kStart + "☆ Error occurred while reading input file [in]!\n" + kFailed);
+}
+
+} // namespace
