@@ -1,5 +1,5 @@
 """install_test.py SOURCE: `pip install .` without a network builds the module and installs the package into a fresh
-virtual environment; nothing is written beside build/."""
+virtual environment; nothing is written beside build/, and the module is hardened like the library."""
 
 import os
 import shutil
@@ -13,6 +13,14 @@ del sys.argv[1:2]
 
 # What a source archive has, and so what an installation needs.
 PARTS = ["CMakeLists.txt", "LICENSE", "MANIFEST.in", "docs", "include", "module", "pyproject.toml", "setup.py", "src"]
+
+CHECKS = os.path.join(SOURCE, "tests", "scripts")
+# Interpreters come with flags of their own; without them it is seen what setup.py asks for. No source compiles without
+# canaries and checked copies.
+NOT_FROM_THE_INTERPRETER = {
+    "CFLAGS": "-fno-stack-protector -U_FORTIFY_SOURCE -include " + os.path.join(CHECKS, "hardened.h"),
+    "LDFLAGS": "-Wl,-z,norelro -Wl,-z,lazy",
+}
 
 SORTS_CSV = """
 import importlib.metadata, importlib.resources, os, sys, _orkan, orkan
@@ -51,8 +59,9 @@ class Install(unittest.TestCase):
                 shutil.copy(source, copy)
         self.run_in(self.box, sys.executable, "-m", "venv", "environment")
 
-    def run_in(self, folder, *command):
-        run = subprocess.run(command, cwd=folder, env=clean_environment(), capture_output=True, text=True, check=False)
+    def run_in(self, folder, *command, **more_environment):
+        environment = clean_environment() | more_environment
+        run = subprocess.run(command, cwd=folder, env=environment, capture_output=True, text=True, check=False)
         self.assertEqual(run.returncode, 0, " ".join(command) + "\n" + run.stdout + run.stderr)
         return run.stdout
 
@@ -71,7 +80,8 @@ class Install(unittest.TestCase):
         before = self.files(unpacked)
         self.assertEqual([name for name in before if name.startswith("src")],
                          [name for name in sources if name.startswith("src")])
-        self.run_in(unpacked, self.python, "-m", "pip", "install", "--no-index", "--no-build-isolation", ".")
+        self.run_in(unpacked, self.python, "-m", "pip", "install", "--no-index", "--no-build-isolation", ".",
+                    **NOT_FROM_THE_INTERPRETER)
         after = self.files(unpacked)
         self.assertEqual([name for name in after if not name.startswith(("build/", "module/__pycache__/"))],
                          [name for name in before if not name.startswith("build/")])
@@ -80,6 +90,8 @@ class Install(unittest.TestCase):
         self.run_in(self.box, self.python, "-c", SORTS_CSV)
         with open(os.path.join(self.box, "out.csv"), encoding="ascii") as file:
             self.assertEqual(file.read(), "name,price\ndear,10\ncheap,5\n")
+        module = self.run_in(self.box, self.python, "-c", "import _orkan; print(_orkan.__file__)").strip()
+        self.run_in(self.box, os.path.join(CHECKS, "hardening_test.sh"), "Release", "", module)
         self.run_in(self.box, self.python, "-m", "pip", "check")
         installed = self.run_in(self.box, self.python, "-m", "pip", "show", "-f", "orkan")
         self.assertIn("Version: 3.0.0\n", installed)

@@ -172,11 +172,11 @@ class Comparators : public ::testing::Test {
         }
         return results.at(0);
     }
-    int fixed(const Sample &a, const Sample &b, const string &tail = "") {
-        return agreed(kByKeys, Form::fixed, a, b, tail);
+    int fixed(const string &a, const string &b, const string &tail = "") {
+        return agreed(kByKeys, Form::fixed, Sample(a), Sample(b), tail);
     }
-    int variable(const Sample &a, const Sample &b, const string &tail = "") {
-        return agreed(kByKeys, Form::variable, a, b, tail);
+    int variable(const string &a, const string &b, const string &tail = "") {
+        return agreed(kByKeys, Form::variable, Sample(a), Sample(b), tail);
     }
     int columns(const string &a, const string &b, const string &tail = "") {
         return agreed(kByKeys, Form::csv, csv(a), csv(b), tail);
@@ -194,6 +194,9 @@ class Comparators : public ::testing::Test {
         ADD_FAILURE() << "no such comparator";
         return INT_MIN;
     }
+    static int order(kx_compare compare, const string &a, const string &b) {
+        return order(compare, Sample(a), Sample(b));
+    }
     static int differ(kx_compare compare, const Sample &a, const Sample &b) {
         for (const Member &member : kDifferences) {
             if (member.compare == compare) {
@@ -202,6 +205,9 @@ class Comparators : public ::testing::Test {
         }
         ADD_FAILURE() << "no such duplicate test";
         return INT_MIN;
+    }
+    static int differ(kx_compare compare, const string &a, const string &b) {
+        return differ(compare, Sample(a), Sample(b));
     }
 
     std::vector<KeyInfo> keys_;

@@ -11,6 +11,7 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kx_list/kx_ring.h"
@@ -39,8 +40,7 @@ class ExactBytes {
 struct Sample {
     std::string bytes;
     std::vector<KeyInfo_csv> fields;
-    Sample(const char *text) : bytes(text) {}
-    Sample(std::string text) : bytes(std::move(text)) {}
+    explicit Sample(std::string text) : bytes(std::move(text)) {}
 };
 
 /// A record of comma-separated fields and a newline; every field is located.
@@ -79,8 +79,8 @@ inline std::string temp_record(Form form, const Sample &sample) {
 
 class Pair {
   public:
-    Pair(Form form, Place place, const Sample &a, const Sample &b, const std::string &tail = "")
-        : form_(form), place_(place), samples_{a, b}, tail_(tail) {
+    Pair(Form form, Place place, const Sample &a, const Sample &b, std::string tail = "")
+        : form_(form), place_(place), samples_{a, b}, tail_(std::move(tail)) {
         argsInfo.recLen = to_i64(a.bytes.size());
         for (std::size_t i : {0U, 1U}) {
             locators_[i] = ExactBytes(raw(samples_[i].fields));
@@ -94,8 +94,11 @@ class Pair {
             last_output();
         }
     }
+    Pair(Form form, Place place, const std::string &a, const std::string &b, std::string tail = "")
+        : Pair(form, place, Sample(a), Sample(b), std::move(tail)) {}
     Pair(const Pair &) = delete;
     Pair &operator=(const Pair &) = delete;
+    ~Pair() = default;
 
     int order(kx_compare compare) const { return compare(&slots_[0], &slots_[1]); }
     int reversed(kx_compare compare) const { return compare(&slots_[1], &slots_[0]); }

@@ -168,7 +168,7 @@ TEST_F(Damaged, LastOutputIsReadOnlyWithinItsRecordAndFields) {
 TEST_F(Damaged, NothingPutOutYetIsAnEmptyRecord) {
     UnitDataInfo none{};
     sort_by({text(0, 2)});
-    Held variable_run(temp_record(Form::variable, "ab\n")), csv_run(temp_record(Form::csv, csv("ab")));
+    Held variable_run(temp_record(Form::variable, Sample("ab\n"))), csv_run(temp_record(Form::csv, csv("ab")));
     EXPECT_EQ(_cmpIfEqual_unit_variable(&none, &variable_run.run), 1);
     EXPECT_EQ(_cmpIfEqual_unit_csv(&none, &csv_run.run), 1);
     none.justOutRecLen = 3;
@@ -178,7 +178,7 @@ TEST_F(Damaged, NothingPutOutYetIsAnEmptyRecord) {
 }
 
 TEST_F(Damaged, ReadersTellWhatTheHeaderStates) {
-    const string line = temp_record(Form::variable, "abc\n"), record = temp_record(Form::csv, csv("ab,c"));
+    const string line = temp_record(Form::variable, Sample("abc\n")), record = temp_record(Form::csv, csv("ab,c"));
     const auto held = [](const string &bytes) { return Bytes{bytes.data(), to_i64(bytes.size())}; };
     EXPECT_EQ(read_variable_temp(held(line)).stored_size, 8);
     EXPECT_EQ(read_variable_temp(held(line)).bytes.len, 4);

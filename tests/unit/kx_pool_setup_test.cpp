@@ -15,7 +15,7 @@ using support::in_child;
 using support::kJapanese;
 using support::Outcome;
 
-constexpr kx_i64 kWanted = 1000 * 1024, kMinimum = 16 * 1024 * 1024;
+constexpr kx_i64 kKilo = 1024, kWanted = 1000 * kKilo, kMinimum = 16 * kKilo * kKilo;
 
 /// The result as a status; the wanted size is refused, and with `all` the minimum too.
 Outcome set_up(bool all, const char *lang) {

@@ -11,6 +11,7 @@ using namespace orkan;
 using namespace support;
 using std::string;
 
+constexpr kx_i64 kKilo = 1024;
 const string kIndexed = "[_kx_get_indexList_csv]がかかった[#]msです。\n";
 
 // --- what is given back ------------------------------------------------------------------------------------------
@@ -44,7 +45,7 @@ TEST_F(SplitCsv, TheReleasedLocatorsMayBeReleasedAgain) {
 TEST_F(SplitCsv, AVerboseRunTellsItsChunksAndCounts) {
     VERBOSE = 1;
     configure({.keys = {{.column = 1}}});
-    const Outcome one = split("b\na\n", 5000 * 1024);
+    const Outcome one = split("b\na\n", 5000 * kKilo);
     EXPECT_EQ(steady(one.messages),
               "最初分割ソート用バッファサイズは[0]KBです。\n" + kIndexed + "ブロック1 を処理しました！ \n");
     EXPECT_EQ(argsInfo.totalRecNum, 2);
@@ -52,12 +53,12 @@ TEST_F(SplitCsv, AVerboseRunTellsItsChunksAndCounts) {
     while (data.size() < 6000) {
         data += "abcdefg\n";
     }
-    const Outcome more = split(data, 2 * 4096);
+    const Outcome more = split(data, 8 * kKilo);
     EXPECT_EQ(steady(more.messages), "最初分割ソート用バッファサイズは[4]KBです。\n" + kIndexed +
                                          "ブロック2 を処理しました！ \n" + kIndexed + "ブロック3 を処理しました！ \n");
     EXPECT_EQ(argsInfo.totalRecNum, 2 + 750);
     configure({});
-    EXPECT_NE(split(data, 8 * 4096).messages.find("最初分割ソート用バッファサイズは[5]KBです。\n"), string::npos)
+    EXPECT_NE(split(data, 32 * kKilo).messages.find("最初分割ソート用バッファサイズは[5]KBです。\n"), string::npos)
         << "the whole file and a newline code";
 }
 
@@ -99,13 +100,13 @@ TEST_F(SplitCsv, RefusedMemoryIsTold) {
     const Outcome list = split("a\n", 4, kx_i64{1} << 40);
     EXPECT_EQ(list.status, 1);
     EXPECT_EQ(list.messages, "☆ Failed to extend block information management memory [unit_cnt units]! \n");
-    const Outcome buffer = split("a\n", 2 * 100 * 1024 + 2, 200 * 1024);
+    const Outcome buffer = split("a\n", 200 * kKilo + 2, 200 * kKilo);
     EXPECT_EQ(buffer.status, 1);
     EXPECT_EQ(buffer.messages, "☆ Failed to allocate [100]KB memory for split sort buffer! \n");
     speak_japanese();
     EXPECT_EQ(split("a\n", 4, kx_i64{1} << 40).messages,
               "☆ブロック情報管理用メモリ[unit_cnt個]の拡張は失敗しました！ \n");
-    EXPECT_EQ(split("a\n", 2 * 100 * 1024 + 2, 200 * 1024).messages,
+    EXPECT_EQ(split("a\n", 200 * kKilo + 2, 200 * kKilo).messages,
               "☆分割ソート用バッファ[100]KBメモリの割当は失敗しました！ \n");
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <random>
@@ -42,7 +43,8 @@ string taken(char *text) {
 
 string trimmed(string text) {
     kx_trim_spaces(text.data());
-    return text.c_str();
+    text.resize(std::strlen(text.data()));
+    return text;
 }
 
 TEST(Trim, TakesWhiteSpaceOffBothEndsOnly) {
