@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 
 #include "kx_utils/kx_progress.h"
 #include "kx_utils/kx_status.h"
@@ -16,9 +17,10 @@ namespace orkan {
 namespace {
 
 struct mapping {
-    char *begin = nullptr;
-    kx_i64 bytes = 0; ///< of the file
-    kx_i64 whole = 0; ///< with the room behind them, in whole pages
+    void *reserved = nullptr;
+    char *begin = nullptr; ///< where a huge page begins
+    kx_i64 bytes = 0;      ///< of the file
+    kx_i64 whole = 0;      ///< with the room behind them, in whole pages
     int fd = -1;
     struct sigaction before {}; ///< of SIGBUS
 };
@@ -31,6 +33,17 @@ kx_i64 page_size() {
 }
 
 kx_i64 whole_pages(kx_i64 bytes) { return (bytes + page_size() - 1) / page_size() * page_size(); }
+
+constexpr kx_i64 kHugePage = kx_i64{2} << 20;
+
+/// The bytes to reserve for so many from the begin of a huge page on: where a file lies in huge pages of the page
+/// cache, it is entered, and found, that way. Records in random order take half the time.
+kx_i64 with_slack(kx_i64 whole) { return add_saturating(whole, kHugePage); }
+
+char *first_huge_page(void *reserved) {
+    const auto at = reinterpret_cast<std::uintptr_t>(reserved);
+    return static_cast<char *>(reserved) + (kHugePage - to_i64(at % kHugePage)) % kHugePage;
+}
 
 constexpr int kPrivate = MAP_PRIVATE | MAP_ANONYMOUS;
 constexpr int kReadWrite = PROT_READ | PROT_WRITE;
@@ -110,12 +123,17 @@ char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room) {
     if (bytes <= 0 || kx_fault(kx_site::allocate, whole) || !is_of_size(in.fd, bytes)) {
         return nullptr;
     }
-    void *reserved = mmap(nullptr, to_size(whole), kReadWrite, kPrivate, -1, 0);
+    void *reserved = mmap(nullptr, to_size(with_slack(whole)), kReadWrite, kPrivate, -1, 0);
     if (reserved == MAP_FAILED) {
         return nullptr;
     }
     const int fd = kx_fault(kx_site::duplicate) ? -1 : fcntl(in.fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    mapped = {.begin = static_cast<char *>(reserved), .bytes = bytes, .whole = whole, .fd = fd, .before = {}};
+    mapped = {.reserved = reserved,
+              .begin = first_huge_page(reserved),
+              .bytes = bytes,
+              .whole = whole,
+              .fd = fd,
+              .before = {}};
     damaged = 0;
     catch_missing_pages();
     if (mapped.fd < 0 || !map_file(mapped.fd, bytes) || !populate()) {
@@ -129,7 +147,7 @@ void kx_unmap() {
     if (mapped.begin == nullptr) {
         return;
     }
-    munmap(mapped.begin, to_size(mapped.whole));
+    munmap(mapped.reserved, to_size(with_slack(mapped.whole)));
     if (mapped.fd >= 0) {
         ::close(mapped.fd);
     }
