@@ -11,7 +11,7 @@ namespace orkan {
 } // namespace orkan
 
 #ifdef NDEBUG
-#define KX_ASSERT(condition) static_cast<void>(sizeof(condition))
+#define KX_ASSERT(condition) static_cast<void>(sizeof(decltype(condition)))
 #else
 #define KX_ASSERT(condition)                                                                                           \
     ((condition) ? static_cast<void>(0) : ::orkan::kx_panic(__FILE__, __LINE__, __func__, #condition))
