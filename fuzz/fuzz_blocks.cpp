@@ -2,7 +2,7 @@
 // looks at nothing outside, and succeeds exactly where the bytes still read as the records that the blocks count.
 //
 //   format | record length | longest record (2) | unique, stable | keys | each: position, length, number, order |
-//   budget (2) | blocks | each: size (2), records | the file's bytes ...
+//   budget (2) | blocks | each: size (2), records (1; 255: 8 more) | the file's bytes ...
 #include "fuzz_state.h"
 #include "kx_sort/kx_budget.h"
 #include "kx_sort/kx_formats.h"
@@ -40,6 +40,13 @@ Job job_from(FuzzInput &input) {
     return job;
 }
 
+/// A small number of records, or any.
+kx_i64 count_from(FuzzInput &input) {
+    constexpr std::uint8_t kAny = 255;
+    const std::uint8_t count = input.byte();
+    return count == kAny ? input.number() : count;
+}
+
 /// The blocks stand one behind the other; what they say of themselves may be more than the file has.
 void describe_blocks(FuzzInput &input) {
     kx_i64 position = 0;
@@ -47,7 +54,7 @@ void describe_blocks(FuzzInput &input) {
         UnitDataInfo *unit = kx_append_block(position);
         check(unit != nullptr, "a block");
         unit->size = to_i64(input.word() % 2048);
-        unit->totalRecNum = to_i64(input.byte());
+        unit->totalRecNum = count_from(input);
         position += unit->size;
     }
 }
@@ -68,7 +75,8 @@ kx_i64 read_record(const Job &job, const std::string &bytes, std::size_t &at) {
     const kx_i64 length = fixed ? argsInfo.recLen : integer_at(bytes, at);
     const kx_i64 locators = csv ? integer_at(bytes, at + 4) : 0;
     const kx_i64 left = to_i64(bytes.size() - at - header);
-    const bool possible = length >= 0 && (fixed || length <= argsInfo.maxRecLen) && locators >= 0;
+    const kx_i64 least = to_i64(job.code.size()); // no record of lines or CSV is without
+    const bool possible = (fixed || (length >= least && length <= argsInfo.maxRecLen)) && locators >= 0;
     if (!possible || locators * 8 + length > left) {
         return kUnreadable;
     }

@@ -43,6 +43,15 @@ class FuzzInput {
         return high * 256 + byte();
     }
 
+    /// Eight bytes, the high one first: any number.
+    std::int64_t number() {
+        std::uint64_t value = 0;
+        for (int left = 8; left > 0; --left) {
+            value = value * 256 + byte();
+        }
+        return static_cast<std::int64_t>(value);
+    }
+
     /// At most n bytes.
     std::string text(std::size_t n) {
         const std::uint8_t *begin = next_;

@@ -78,10 +78,14 @@ class FuzzState : public support::JobState {
     /// The next index begins with room for that many records, so that a few bytes make it grow.
     static void expect(kx_i64 records) { kx_small.locators = records; }
 
+    using JobState::set_inputs;
     using JobState::set_output;
 
     /// The bytes of records that were refused go to this file.
-    static void keep_errors(const MemoryFile &file) { file.open(errFile); }
+    static void keep_errors(const MemoryFile &file) {
+        set_error_file(file.path());
+        file.open(errFile);
+    }
 };
 
 /// The one state: making it is slow, beginning anew is not.

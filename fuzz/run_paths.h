@@ -1,11 +1,13 @@
-// run_paths.h: where sorting in memory and sorting in blocks give the same result, and where by design they need not.
+// run_paths.h: what sorting one input owes, and where by design blocks need not give what memory gives.
 #pragma once
 
 #include "fuzz_input.h"
-#include "support/job.h"
+#include "support/complete_model.h"
 
 namespace fuzz {
 
+using support::CompleteResult;
+using support::CompleteTask;
 using support::Job;
 using support::kx_format;
 
@@ -52,8 +54,9 @@ inline bool number_reads_on(const Job &job, const support::CsvRecord &record) {
     return false;
 }
 
-/// Kept: the merge of whole CSV records lets field counts decide early.
-inline bool paths_agree(const Job &job, const std::string &data) {
+/// Without complete mode: kept, the merge of whole CSV records lets field counts decide early.
+inline bool paths_agree(const Job &job, const std::string &bytes) {
+    const std::string data = support::ended(job, bytes);
     if (job.format != kx_format::csv) {
         const std::vector<support::Item> items = support::items_of(job, data);
         return std::none_of(items.begin(), items.end(), [&](auto &item) { return number_reads_on(job, item.bytes); });
@@ -63,6 +66,34 @@ inline bool paths_agree(const Job &job, const std::string &data) {
         const bool counts_differ = record.fields.size() != records.front().fields.size();
         return (job.csv.keys.empty() && counts_differ) || number_reads_on(job, record);
     });
+}
+
+/// Kept: without complete mode only the sort in memory takes the header line off.
+inline bool blocks_know_headers(const CompleteTask &task, bool complete) { return !task.header || complete; }
+
+/// Without complete mode the header line is taken off before the data get a newline code, so that nothing behind it is
+/// one empty record. Kept: under -U no record is left without the header, too.
+inline CompleteResult expected_by_default(const CompleteTask &task) {
+    const Job &job = task.job;
+    CompleteResult expected;
+    std::string data = task.inputs.front();
+    if (task.header) {
+        const std::size_t code = data.find(job.code);
+        expected.broken = code == std::string::npos;
+        expected.header = data.substr(0, expected.broken ? code : code + job.code.size());
+        data.erase(0, expected.header.size());
+    }
+    data = job.format == kx_format::fixed ? data : support::terminated(data, job.code);
+    expected.items = support::items_of(job, data);
+    expected.rejected = support::rejected_of(job, data);
+    if (support::is_unique(job) && expected.items.empty()) {
+        expected.header.clear();
+    }
+    return expected;
+}
+
+inline CompleteResult expected_of(const CompleteTask &task, bool complete) {
+    return complete ? support::complete_sort(task) : expected_by_default(task);
 }
 
 /// The output has exactly the records of the items, in any order.

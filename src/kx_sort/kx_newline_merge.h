@@ -51,6 +51,9 @@ class kx_newline_blocks : public kx_newline_runs {
   public:
     static kx_i64 longest_record() { return argsInfo.maxRecLen; }
 
+    /// Every record ends with its newline code: what is shorter was not stored so.
+    static bool is_record_length(kx_i64 length) { return length >= argsInfo.sep_len && length <= longest_record(); }
+
     /// Kept: in unique mode the lines of output buffer and block count appear a second time.
     static void trace_budget() {
         kx_trace(msg::kShowTotalMemory, argsInfo.totalMemSize / 1024, argsInfo.totalMemSize);

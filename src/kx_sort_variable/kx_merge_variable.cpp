@@ -24,7 +24,7 @@ class VariableMerge : public kx_newline_blocks {
             return kHeader;
         }
         const kx_i64 length = load_unaligned<RecordLength_temp>(held.ptr);
-        return length < 0 || length > longest_record() ? 0 : kHeader + length;
+        return is_record_length(length) ? kHeader + length : 0;
     }
     static bool needs_refill(const UnitDataInfo &run) {
         const kx_i64 held = run.bufSize - run.bufOffset;

@@ -65,6 +65,8 @@ TEST_F(MergeCsv, DamagedHeaders) {
         {"no_record_behind_the_first", good, 2},
         {"half_a_header_behind_the_first", good + good.substr(0, 7), 2},
         {"negative_length", header(-1, 1) + good, 2},
+        {"length_zero", temporary_record("", {{0, 0}}) + good, 2},
+        {"length_zero_behind_the_first", good + temporary_record("", {{0, 0}}) + good, 3},
         {"negative_count", header(2, -1) + good, 2},
         {"both_negative", header(INT32_MIN, INT32_MIN) + good, 2},
         {"longer_than_any_record", header(100, 1) + good + good + good + good + good + good, 2},
@@ -87,11 +89,24 @@ TEST_F(MergeCsv, DamagedHeaders) {
     }
 }
 
-TEST_F(MergeCsv, RecordsWithoutBytesOrFieldsAreNoDamage) {
+TEST_F(MergeCsv, ALengthShorterThanTheNewlineCodeIsRefused) {
+    for (const string stored : {"", "\r", "\r\n"}) {
+        start_over(4096);
+        configure({.shape = {.newline = "\r\n"}, .keys = {{.column = 1}}});
+        argsInfo.maxRecLen = 4;
+        string file;
+        add_block(file, temporary_record(stored, {{0, 0}}) + temporary_record("a\r\n", {{0, 1}}), 2);
+        const Outcome outcome = merge(file, 4000);
+        EXPECT_EQ(outcome.status, stored.size() < 2 ? 1 : 0) << stored.size();
+        EXPECT_EQ(outcome.messages, stored.size() < 2 ? kUnreadable : kReleased) << stored.size();
+    }
+}
+
+TEST_F(MergeCsv, RecordsWithoutFieldsAreNoDamage) {
     configure({.keys = {{.column = 1}}});
     argsInfo.maxRecLen = 4;
     string file;
-    add_block(file, temporary_record("", {{0, 0}}) + temporary_record("b\n", {{0, 1}}), 2);
+    add_block(file, temporary_record("b\n", {{0, 1}}), 1);
     add_block(file, temporary_record("a\n", {}), 1);
     const Outcome outcome = merge(file, 4000);
     EXPECT_EQ(outcome.status, 0) << outcome.messages;

@@ -66,6 +66,28 @@ TEST_F(Damage, LengthsThatAreNone) {
     EXPECT_GT(ends[1], 0);
 }
 
+// No split sort stores such a length: each record has its newline code at least.
+TEST_F(Damage, ALengthShorterThanTheNewlineCodeIsRefused) {
+    int empty_lines = 0;
+    for (const string code : {"\n", "\r\n"}) {
+        set_separator(code.c_str());
+        const string good = stored("a" + code);
+        for (const Rules &rules : all_rules()) {
+            const string empty_line = good + stored(code) + good;
+            expect_end(empty_line, {{0, to_i64(empty_line.size()), 3}}, rules);
+            EXPECT_EQ(ends[0], ++empty_lines);
+            for (std::size_t length = 0; length < code.size(); ++length) {
+                const string bad = stored(code.substr(0, length));
+                for (const string &bytes : {bad + good + good, good + bad + good, good + good + bad}) {
+                    expect_end(bytes, {{0, to_i64(bytes.size()), 3}}, rules);
+                }
+            }
+        }
+    }
+    EXPECT_EQ(ends[0], empty_lines);
+    EXPECT_EQ(ends[1], empty_lines / 2 * (1 + 2) * 3);
+}
+
 TEST_F(Damage, BlocksCutOff) {
     const string good = stored("aaaa\n");
     const string bytes = good + good + good;

@@ -224,14 +224,14 @@ TEST_F(LinesMerge, RecordsAboutAsLongAsTheBuffer) {
     }
 }
 
-TEST_F(LinesMerge, RecordsOfNoBytes) {
+TEST_F(LinesMerge, RecordsOfTheNewlineCodeAlone) {
     for (const bool unique : {false, true}) {
         start_again();
         configure({.unique = unique});
         set_budget((unique ? kStage : 0) + 48); // buffers of 18 bytes
-        write_blocks({{"", "", "", "", "", "a\n", "a\n"}, {"", "", "", "", "", ""}});
+        write_blocks({{"\n", "\n", "\n", "\n", "\n", "a\n", "a\n"}, {"\n", "\n", "\n", "\n", "\n", "\n"}});
         EXPECT_EQ(messages(), kReleased);
-        EXPECT_EQ(output(), unique ? "a\n" : "a\na\n");
+        EXPECT_EQ(output(), unique ? "\na\n" : string(11, '\n') + "a\na\n");
     }
 }
 
