@@ -2,9 +2,10 @@
 //
 //   random_runs FIRST COUNT      runs number FIRST to FIRST + COUNT - 1; 0 when none differs
 //
-// The number decides everything: format, records, keys, options, path, sizes of budget, pool and buffers. Every eighth
-// run is repeated verbosely and must give the same bytes; every fourth is in complete mode. A difference is shown with
-// its number and arguments, and its files stay in the folder that is named.
+// The number decides everything: format, records, keys, options, path, sizes of budget, pool and buffers, and whether a
+// file sorted in memory is mapped. Every eighth run is repeated verbosely and must give the same bytes; every fourth is
+// in complete mode. A difference is shown with its number and arguments, and its files stay in the folder that is
+// named.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -37,41 +38,46 @@ struct Run {
     CompleteTask task;
     Path path = Path::in_memory;
     bool complete = false, verbosely_too = false;
+    bool output_file = true, error_file = true;
+    string memory = {}; ///< the option
     orkan::kx_small_sizes sizes{};
 };
 
 struct Result {
     int status = 0;
-    string output, errors;
+    string output, errors, said;
 };
 
 std::size_t below(std::mt19937 &random, std::size_t n) { return random() % n; }
+bool flip(std::mt19937 &random) { return below(random, 2) == 0; }
 
 bool is_csv(const Run &run) { return run.task.job.format == kx_format::csv; }
 bool is_fixed(const Run &run) { return run.task.job.format == kx_format::fixed; }
 
-/// Kept: without complete mode, several inputs of the split path overlap, and standard input is one anyway.
+/// Kept: without complete mode, several inputs of the split path overlap, and standard input is one anyway. Only a
+/// single one is mapped.
 std::size_t most_inputs(const Run &run) {
     const bool one = run.path == Path::standard_input || (run.path == Path::split && !run.complete);
-    return one ? 1 : 4;
+    return one || run.sizes.mapping > 0 ? 1 : 4;
 }
 
 /// Kept: without complete mode only the sort in memory takes the header line off each input.
-bool may_have_header(const Run &run) {
-    const bool known = run.path == Path::in_memory || run.complete;
-    return is_csv(run) && known;
-}
+bool may_have_header(const Run &run) { return is_csv(run) && (run.path == Path::in_memory || run.complete); }
 
 /// Without complete mode the parts are glued together before the last one gets its newline code.
 bool may_lack_newline(const Run &run, bool last) { return !is_fixed(run) && (last || run.complete); }
+
+string header_of(const Run &run) {
+    const CsvShape &shape = run.task.job.csv.shape;
+    return run.task.header ? "x" + shape.delimiter + "\"y\"" + shape.delimiter + "z" + shape.newline : "";
+}
 
 void add_inputs(Run &run, std::mt19937 &random) {
     const Job &job = run.task.job;
     run.task.header = may_have_header(run) && below(random, 3) == 0;
     for (std::size_t left = 1 + below(random, most_inputs(run)); left > 0; --left) {
         const std::size_t most = below(random, 10) == 0 ? 20000 : 1500;
-        string input = run.task.header ? "x,\"y\",z" + job.code : "";
-        input += random_records(random, job, 1 + below(random, most));
+        string input = header_of(run) + random_records(random, job, 1 + below(random, most));
         if (may_lack_newline(run, left == 1) && below(random, 4) == 0) {
             input.resize(input.size() - job.code.size());
         }
@@ -100,13 +106,49 @@ void choose_sizes(Run &run, std::mt19937 &random) {
     }
 }
 
+/// Delimiters, and two keys on one column: without complete mode they make every record too short.
+void vary_columns(Job &job, std::mt19937 &random) {
+    static const string delimiters[] = {";", "\t", "::", "--", "|-|"};
+    if (flip(random)) {
+        job.csv.shape.delimiter = delimiters[below(random, std::size(delimiters))];
+    }
+    std::vector<CsvKey> &keys = job.csv.keys;
+    if (!keys.empty() && below(random, 8) == 0) {
+        keys.push_back({.column = keys.front().column, .numeric = flip(random), .descending = flip(random)});
+    }
+}
+
+/// In complete mode a number ends with its key, and an empty column is none: neither needs the care of random_job.
+void vary_numbers(Job &job, std::mt19937 &random) {
+    job.csv.empty_last = flip(random);
+    for (ModelKey &key : job.rules.keys) {
+        key.length = key.numeric ? below(random, key.length + 1) : key.length;
+    }
+}
+
+/// Any size; for the split path less than the smallest data need, else more than the largest do in memory.
+string memory_option(Path path, std::mt19937 &random) {
+    static const string small[] = {"-W1", "-W999k", "-W1M", "-W1048576", "-W 512K"};
+    static const string large[] = {"", "-W16M", "-W65536K", "-W100000000", "-W 3m"};
+    const bool is_small = path == Path::split || (path != Path::in_memory && flip(random));
+    return (is_small ? small : large)[below(random, 5)];
+}
+
 Run run_of(unsigned number) {
     std::mt19937 random(number);
     Run run{.task = {.job = random_job(random, kFormats[below(random, 3)]), .inputs = {}},
             .path = static_cast<Path>(below(random, 4)),
             .complete = below(random, 4) == 0,
             .verbosely_too = below(random, 8) == 0};
+    vary_columns(run.task.job, random);
+    if (run.complete) {
+        vary_numbers(run.task.job, random);
+    }
     make_unique(run.task.job, is_unique(run.task.job) && !misreads_numbers(run));
+    run.output_file = below(random, 4) > 0;
+    run.error_file = below(random, 4) > 0;
+    run.memory = memory_option(run.path, random);
+    run.sizes.mapping = run.path == Path::in_memory && below(random, 3) == 0 ? 1 : 0;
     add_inputs(run, random);
     choose_sizes(run, random);
     if (run.path == Path::presorted) {
@@ -132,7 +174,11 @@ class Folder {
     string name_;
 };
 
-void write_file(const string &name, const string &bytes) { std::ofstream(name, std::ios::binary) << bytes; }
+/// A new file: rewriting one takes long on some file systems.
+void write_file(const string &name, const string &bytes) {
+    fs::remove(name);
+    std::ofstream(name, std::ios::binary) << bytes;
+}
 
 string read_file(const string &name) {
     std::ifstream file(name, std::ios::binary);
@@ -147,15 +193,14 @@ void stand_in(const char *path, int flags, int stream) {
 }
 
 std::vector<string> arguments_of(const Run &run, bool verbose) {
-    std::vector<string> args = {"orkan", "-E", "errors", "-O", "out", "-T", "tmp"};
+    std::vector<string> args = {"orkan", "-T", "tmp"};
     const std::vector<string> options = options_of(run.task.job);
     args.insert(args.end(), options.begin(), options.end());
-    for (const char *option : {run.task.header ? "-H" : "", verbose ? "-Verbose" : "",
-                               run.path == Path::presorted ? "-M"
-                               : run.path == Path::split   ? "-W1"
-                                                           : ""}) {
-        if (*option != '\0') {
-            args.emplace_back(option);
+    for (const string &option : {run.output_file ? string("-Oout") : "", run.error_file ? string("-Eerrors") : "",
+                                 run.memory, run.task.header ? string("-H") : "", verbose ? string("-Verbose") : "",
+                                 run.path == Path::presorted ? string("-M") : ""}) {
+        if (!option.empty()) {
+            args.push_back(option);
         }
     }
     for (std::size_t i = 0; run.path != Path::standard_input && i < run.task.inputs.size(); ++i) {
@@ -168,22 +213,21 @@ Result result_of(const Run &run, bool verbose) {
     for (std::size_t i = 0; i < run.task.inputs.size(); ++i) {
         write_file("in" + std::to_string(i), run.task.inputs[i]);
     }
-    write_file("out", "");
-    write_file("errors", "");
+    for (const char *name : {"out", "errors", "shown", "said"}) {
+        write_file(name, "");
+    }
     stand_in(run.path == Path::standard_input ? "in0" : "/dev/null", O_RDONLY, STDIN_FILENO);
-    stand_in("shown", O_WRONLY | O_TRUNC, STDOUT_FILENO);
-    stand_in("said", O_WRONLY | O_TRUNC, STDERR_FILENO);
+    stand_in("shown", O_WRONLY, STDOUT_FILENO);
+    stand_in("said", O_WRONLY, STDERR_FILENO);
     setenv("ORKAN_COMPLETE", run.complete ? "1" : "0", 1);
     std::vector<string> texts = arguments_of(run, verbose);
-    std::vector<char *> argv;
-    for (string &text : texts) {
-        argv.push_back(text.data());
-    }
+    std::vector<char *> argv(texts.size());
+    std::transform(texts.begin(), texts.end(), argv.begin(), [](string &text) { return text.data(); });
     orkan::kx_small = run.sizes;
     const int status = orkan_file(static_cast<int>(argv.size()), argv.data());
     orkan::kx_small = {};
     orkan::VERBOSE = 0;
-    return {status, read_file("out"), read_file("errors")};
+    return {status, read_file(run.output_file ? "out" : "shown"), read_file("errors"), read_file("said")};
 }
 
 // --- judging -------------------------------------------------------------------------------------------------------
@@ -196,9 +240,8 @@ struct Expected {
 
 string glued(const Run &run) {
     string all;
-    const string header = "x,\"y\",z" + run.task.job.code;
     for (const string &input : run.task.inputs) {
-        all += input.substr(run.task.header ? header.size() : 0);
+        all += input.substr(header_of(run).size());
     }
     return ended(run.task.job, all);
 }
@@ -209,17 +252,25 @@ Expected expected_of(const Run &run) {
         return {plain.header, plain.items, plain.rejected};
     }
     const string data = glued(run);
-    return {run.task.header ? "x,\"y\",z" + run.task.job.code : "", items_of(run.task.job, data),
-            rejected_of(run.task.job, data)};
+    const auto items = items_of(run.task.job, data);
+    const bool nothing = items.empty() && is_unique(run.task.job); // Kept: then -U writes no header line either.
+    return {nothing ? "" : header_of(run), items, rejected_of(run.task.job, data)};
 }
 
-/// Empty, or what is wrong.
-string complaint_about(const Run &run) {
-    const Result result = result_of(run, false);
-    if (result.status != 0) {
-        return "it fails: " + read_file("said");
+/// In complete mode no record is dropped in silence.
+string complaint_about_refusal(const Result &result) {
+    const bool told =
+        result.said.find(" a record that lacks a sort key! Specify an error file (-E).\n") != string::npos;
+    return result.status == 1 && told ? "" : "records that lack a key are not refused: " + result.said;
+}
+
+string complaint_about(const Result &result, const Run &run, const Expected &expected) {
+    if (run.complete && !run.error_file && !expected.rejected.empty()) {
+        return complaint_about_refusal(result);
     }
-    const Expected expected = expected_of(run);
+    if (result.status != 0) {
+        return "it fails: " + result.said;
+    }
     if (result.output.substr(0, expected.header.size()) != expected.header) {
         return "the header line is missing";
     }
@@ -227,14 +278,27 @@ string complaint_about(const Run &run) {
     if (const auto sorted = is_sorted_output(records, expected.items, order_of(run.task.job)); !sorted) {
         return sorted.message();
     }
-    if (records_of(run.task.job, result.errors) != expected.rejected) {
-        return "other error records";
+    const bool same = records_of(run.task.job, result.errors) == expected.rejected;
+    return same || (!run.error_file && result.errors.empty()) ? "" : "other error records";
+}
+
+/// Both say the same, but for the settings that a verbose run puts on standard output in front.
+bool is_same(const Result &verbose, const Result &result, const Run &run) {
+    const std::size_t least = result.output.size(), settings = std::max(verbose.output.size(), least) - least;
+    const string output = verbose.output.substr(run.output_file ? 0 : settings);
+    return verbose.status == result.status && output == result.output && verbose.errors == result.errors;
+}
+
+/// Empty, or what is wrong.
+string complaint_about(const Run &run) {
+    const Result result = result_of(run, false);
+    if (string complaint = complaint_about(result, run, expected_of(run)); !complaint.empty()) {
+        return complaint;
     }
-    if (!fs::is_empty("tmp")) {
-        return "a temporary file is left";
+    if (run.verbosely_too && !is_same(result_of(run, true), result, run)) {
+        return "verbosely it gives something else";
     }
-    const Result verbose = run.verbosely_too ? result_of(run, true) : result;
-    return verbose.status == 0 && verbose.output == result.output ? "" : "verbosely it gives something else";
+    return fs::is_empty("tmp") ? "" : "a temporary file is left";
 }
 
 /// Keeps the files of a difference, and says what it is.
@@ -244,7 +308,8 @@ string shown_difference(unsigned number, const Run &run, const string &complaint
     for (const string &arg : arguments_of(run, false)) {
         to << " '" << arg << "'";
     }
-    to << "\n  budget " << run.sizes.budget << ", pool " << run.sizes.pool << ", buffer " << run.sizes.buffer << "\n";
+    to << "\n  budget " << run.sizes.budget << ", pool " << run.sizes.pool << ", buffer " << run.sizes.buffer
+       << ", mapped from " << run.sizes.mapping << "\n";
     const fs::path kept = "run" + std::to_string(number);
     fs::create_directory(kept);
     for (const auto &entry : fs::directory_iterator(".")) {

@@ -1,5 +1,6 @@
 // complete_rules_test.cpp: each rule that complete mode changes, beside what it is otherwise. "-W1" sends any inputs
 // through the temporary file.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <string>
 
 #include "support/complete_both.h"
+#include "support/feeder.h"
 #include "support/texts.h"
 
 namespace {
@@ -45,6 +47,21 @@ class CompleteRules : public testing::Test {
         EXPECT_EQ(o.status, 1);
         EXPECT_EQ(o.out, "");
         EXPECT_TRUE(says(o, message)) << o.err;
+    }
+
+    /// In the process of a run: somebody writes that to "pipe".
+    void fill_pipe(const string &data) const {
+        const string pipe = box.path("pipe");
+        unlink(pipe.c_str());
+        if (mkfifo(pipe.c_str(), 0600) != 0) {
+            _exit(98);
+        }
+        const pid_t reader = getpid();
+        if (fork() == 0) {
+            die_with(reader);
+            write_pieces(open(pipe.c_str(), O_WRONLY | O_CLOEXEC), data, data.size(), 0);
+            _exit(0);
+        }
     }
 
     Box box;
@@ -223,6 +240,20 @@ TEST_F(CompleteRules, _12_OfHeadersOnlyOneIsLeft) {
         EXPECT_EQ(run_both(box, args).complete.out, "id\n");
     }
     EXPECT_EQ(run_both(box, {"-C", "-H", "-K1"}, "id\n").complete.out, "id\n");
+}
+
+/// More of them in complete_pipes_test.cpp.
+TEST_F(CompleteRules, _12_PipesAreReadToTheirEnd) {
+    inputs({"b\nd"});
+    for (const Args &way : {Args{"-A"}, Args{"-W1"}, Args{"-M"}, Args{"-C"}, Args{"-M", "-C"}}) {
+        SCOPED_TRACE(way.front());
+        Args args = way;
+        args.insert(args.end(), {"a", "pipe"});
+        const Both both = run_both(box, args, "", [this] { fill_pipe("a\nc"); });
+        expect_failure(both.usual, "☆ Input file 2 [pipe] is not a regular file!\n");
+        EXPECT_EQ(both.complete.status, 0) << both.complete.err;
+        EXPECT_EQ(both.complete.out, "a\nb\nc\nd\n");
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // may not be written to.
 #include <cstdlib>
 #include <fcntl.h>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
@@ -102,6 +103,47 @@ TEST(ErrorFile, IsNotTheOutputFile) {
     EXPECT_EQ(o.status, 1);
     EXPECT_NE(o.err.find("☆ Cannot create output file [./same]! Please check permissions.\n"), string::npos);
 }
+
+/// Such an input is not mapped, however large: opening the output empties it.
+class OutputThatIsTheInput : public testing::TestWithParam<bool> {
+  protected:
+    OutputThatIsTheInput() {
+        box.write("in.dat", text);
+        if (link(box.path("in.dat").c_str(), box.path("hard").c_str()) != 0 ||
+            symlink("in.dat", box.path("soft").c_str()) != 0) {
+            abort();
+        }
+    }
+    void expect_sorted(
+        std::vector<string> args, const std::function<void()> &before = [] {}) {
+        args.insert(args.begin(), {"-S", "-A"});
+        const Outcome o = box.run({.args = args, .before = [&] {
+                                       orkan::kx_small.mapping = GetParam() ? 1 : 0;
+                                       before();
+                                   }});
+        EXPECT_EQ(o.status, 0) << o.err;
+        EXPECT_TRUE(box.read("in.dat") == sorted);
+        EXPECT_TRUE(box.read("hard") == sorted);
+        box.write("in.dat", text);
+    }
+
+    const string text = "c\na\nb\n", sorted = "a\nb\nc\n";
+    Box box;
+};
+
+TEST_P(OutputThatIsTheInput, IsReplacedByItsRecords) {
+    for (const string name : {"in.dat", "./in.dat", "hard", "soft"}) {
+        for (const string memory : {"-W64M", "-W1"}) {
+            SCOPED_TRACE(name + memory);
+            expect_sorted({memory, "-O", name, "in.dat"});
+            expect_sorted({memory, "-O", "in.dat", name});
+            expect_sorted({memory, name}, stream_is(1, box.path("in.dat"), O_WRONLY));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, OutputThatIsTheInput, testing::Bool(),
+                         [](const auto &large) { return large.param ? "large" : "small"; });
 
 TEST(Presorted, IsNotAppendedToOneOfItsInputs) {
     const Box box;

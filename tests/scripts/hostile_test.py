@@ -7,6 +7,7 @@ import resource
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 COMMAND = os.path.abspath(sys.argv[1])
@@ -50,9 +51,10 @@ class Hostile(unittest.TestCase):
         with open(self.path(name), "rb") as file:
             return file.read()
 
-    def run_orkan(self, *args, stdin=b"", **how):
+    def run_orkan(self, *args, stdin=b"", complete=False, **how):
         """Status, standard output and error of a run in the folder; a signal or something left is a failure."""
         environment = {"LANG": "C", "TMPDIR": self.temp, "PATH": os.environ["PATH"]}
+        environment["ORKAN_COMPLETE"] = "1" if complete else "0"
         source = {"input": stdin} if isinstance(stdin, bytes) else {"stdin": stdin}
         done = subprocess.run(
             [COMMAND, *args], cwd=self.folder, env=environment, capture_output=True, preexec_fn=bounded, timeout=300,
@@ -230,22 +232,44 @@ class Names(Hostile):
             with self.subTest(length=length, temporary=True):  # too long with the file's name behind it
                 self.assert_refused(path[:-2].decode(), b"-A", b"-T", path[:-2], b"-W1", b"in")
 
-    def test_ten_thousand_inputs(self):
+    def ten_thousand_inputs(self):
+        """Their names, shuffled, and the one line of each, sorted."""
         numbers = random.Random(5)
         lines = sorted(b"%07d\n" % numbers.randrange(10**7) for _ in range(10_000))
         names = [b"f%04d" % n for n in range(10_000)]
         for name, line in zip(names, lines):
             self.write(name, line)
         numbers.shuffle(names)
+        return names, lines
+
+    def test_ten_thousand_inputs(self):
+        names, lines = self.ten_thousand_inputs()
         for args in (b"-A",), (b"-C", b"-K1"), (b"-L8", b"-K0,7n"):
-            for path in (b"-W64M",), (b"-M",), (b"-M", b"-S"):
-                with self.subTest(args=args, path=path):
-                    self.assert_gives(b"".join(lines), *args, *path, *names)
+            for path in (b"-W64M",), (b"-M",), (b"-M", b"-S"), (b"-W1",):
+                for complete in [True] if path == (b"-W1",) else [False, True]:
+                    with self.subTest(args=args, path=path, complete=complete):
+                        self.assert_gives(b"".join(lines), *args, *path, *names, complete=complete)
             with self.subTest(args=args, path="split"):
                 # By default blocks of each input count from position 0 again: all hold what came last there.
                 status, out, err = self.run_orkan(*args, b"-W1", *names)
                 self.assertEqual((status, err.endswith(END)), (0, True), err[-300:])
                 self.assertEqual((len(out), set(out.splitlines(True)) <= set(lines)), (80_000, True))
+
+    def test_pipes_among_ten_thousand_inputs(self):
+        names, lines = self.ten_thousand_inputs()
+        pipes = {name: self.read(name) for name in names[::2000]}
+        for name in pipes:
+            os.unlink(self.path(name))
+            os.mkfifo(self.path(name))
+        for args in (b"-A",), (b"-C", b"-K1"), (b"-L8", b"-K0,7n"):
+            for path in (b"-W64M",), (b"-M",), (b"-W1",):
+                with self.subTest(args=args, path=path):
+                    writers = [threading.Thread(target=self.write, args=item, daemon=True) for item in pipes.items()]
+                    for writer in writers:
+                        writer.start()
+                    self.assert_gives(b"".join(lines), *args, *path, *names, complete=True)
+                    for writer in writers:
+                        writer.join()
 
 
 class Files(Hostile):
@@ -265,18 +289,20 @@ class Files(Hostile):
                     self.assert_refused(f"☆ Input file 2 [{name}] is not a regular file!\n", "-A", path, "in", name)
 
     def test_output_equal_to_an_input(self):
-        for more in (["-W64M"], ["-W1"]):
+        """Sorted it is replaced, under any of its names; a merge, which still reads it then, is refused."""
+        os.link(self.path(b"in"), self.path(b"hard"))
+        os.symlink(b"in", self.path(b"soft"))
+        for target in "in", "hard", "soft":
             for format_args in FORMATS.values():
-                with self.subTest(path=more, args=format_args):
-                    self.write(b"in", LINES)
-                    status, _, err = self.run_orkan(*format_args, *more, "-O", "in", "in")
-                    self.assertEqual(self.read(b"in"), SORTED if status == 0 else LINES, err)
-        for target in (b"in", b"link"):
-            self.write(b"in", LINES)
-            if target == b"link":
-                os.symlink(b"in", self.path(target))
-            status, _, err = self.run_orkan(b"-M", b"-A", b"-O", target, b"in")
-            self.assertEqual((status, self.read(b"in")), (1, LINES), err)
+                for more in "-W64M", "-W1":
+                    with self.subTest(target=target, path=more, args=format_args):
+                        self.write(b"in", LINES)
+                        self.assert_gives(b"", *format_args, more, "-O", target, "in")
+                        self.assertEqual(self.read(b"in"), SORTED)
+                with self.subTest(target=target, path="-M", args=format_args):
+                    message = f"☆ Cannot create output file [{target}]!"
+                    self.assert_refused(message, *format_args, "-M", "-O", target, "in")
+                    self.assertEqual(self.read(b"in"), SORTED)
 
     def test_planted_at_the_temporary_path(self):
         """The process's number is known only once it runs, so a shell plants and becomes the run."""

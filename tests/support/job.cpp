@@ -9,8 +9,9 @@ namespace {
 constexpr std::size_t kLongest = 20; ///< bytes of a random line's text
 
 const std::string &letters_of(std::mt19937 &random) {
-    static const std::string alphabets[] = {"ab", "0123456789", "+-019", "abcdefgh.", "\x01\x7f\x80\xff", "="};
-    return alphabets[random() % 6];
+    static const std::string alphabets[] = {"ab", "0123456789",         "+-019", "abcdefgh.", "\x01\x7f\x80\xff",
+                                            "=",  std::string("\0a", 2)};
+    return alphabets[random() % 7];
 }
 
 std::string random_text(std::mt19937 &random, const std::string &letters, std::size_t length) {
@@ -21,20 +22,22 @@ std::string random_text(std::mt19937 &random, const std::string &letters, std::s
     return text;
 }
 
-std::string random_field(std::mt19937 &random, const std::string &code) {
+std::string random_field(std::mt19937 &random, const CsvShape &shape) {
+    const std::string quoted = "ab" + shape.delimiter, plain("abc\0", 4);
     switch (random() % 6) {
     case 0: return "";
-    case 1: return "\"" + random_text(random, "ab,", random() % 4) + (random() % 2 == 0 ? code : "\"\"") + "\"";
-    case 2: return random_text(random, "abc", 1 + random() % 3);
+    case 1:
+        return "\"" + random_text(random, quoted, random() % 4) + (random() % 2 == 0 ? shape.newline : "\"\"") + "\"";
+    case 2: return random_text(random, plain, 1 + random() % 3);
     default: return (random() % 4 == 0 ? "-" : "") + std::to_string(1 + random() % 30);
     }
 }
 
 std::string random_csv(std::mt19937 &random, const Job &job) {
     const bool cut = !job.csv.keys.empty() && random() % 12 == 0;
-    std::string record = random_field(random, job.code);
+    std::string record = random_field(random, job.csv.shape);
     for (std::size_t n = cut ? 0 : 2; n > 0; --n) {
-        record += "," + random_field(random, job.code);
+        record += job.csv.shape.delimiter + random_field(random, job.csv.shape);
     }
     return record + job.code;
 }
@@ -186,6 +189,9 @@ std::vector<std::string> options_of(const Job &job) {
         add_order(args, job.csv.keys, job.csv.descending);
         if (job.csv.empty_last) {
             args.emplace_back("-N");
+        }
+        if (const std::string &delimiter = job.csv.shape.delimiter; delimiter != ",") {
+            args.push_back("-D" + (delimiter == "\t" ? "\\t" : delimiter));
         }
     } else {
         add_order(args, job.rules.keys, job.rules.descending);
