@@ -11,6 +11,7 @@
 
 #include "kx_utils/kx_progress.h"
 #include "kx_utils/kx_status.h"
+#include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
 
@@ -97,6 +98,7 @@ bool map_file(int fd, kx_i64 bytes) {
 /// where a page cannot be read.
 bool populate() {
 #ifdef MADV_POPULATE_READ
+    kx_prefer_huge_pages(mapped.begin, mapped.bytes); // what is read now is read into such
     madvise(mapped.begin, to_size(mapped.bytes), MADV_SEQUENTIAL);
     for (kx_i64 at = 0; at < mapped.bytes; at += kMostPerCall) {
         const kx_i64 step = std::min(kMostPerCall, mapped.bytes - at);
