@@ -17,7 +17,8 @@ extern "C" {
  * printed its message. An unknown option, an option without its argument and the version output end the process with
  * exit status 0.
  *
- * Not re-entrant: the run's state is process-wide. It may be called again after it has returned.
+ * Not re-entrant: the run's state is process-wide. It may be called again after it has returned. While it sorts a
+ * single large file in memory it handles SIGBUS at that file's pages, and passes any other on.
  */
 #if defined(__GNUC__)
 __attribute__((visibility("default")))

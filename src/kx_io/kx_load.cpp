@@ -141,28 +141,31 @@ bool is_worth_mapping() {
     return single && argsInfo.arrInFile[0].size >= kx_least_mapped(kWorthMapping) && !kx_output_is_an_input();
 }
 
-/// The header line of the opened and mapped input, if it has one.
+/// Keeps the header line that the opened and mapped input may have; its length, or 0.
 int take_mapped_header(const char *begin, const FileInfo &file, kx_i64 &length) {
-    if (keeps_every_record() || !has_header()) {
-        return kx_take_header(inFile, length);
+    length = 0;
+    if (!has_header()) {
+        return 0;
     }
-    return take_header({begin, std::min(file.size, kHeaderSearchLimit)}, file, length);
+    return keeps_every_record() ? kx_take_header(inFile, length)
+                                : take_header({begin, std::min(file.size, kHeaderSearchLimit)}, file, length);
 }
 
 int map_opened(char *&buf, FileInfo &file) {
     char *begin = kx_map(inFile, file.size, argsInfo.sep_len);
+    if (begin == nullptr) {
+        return 0;
+    }
     kx_i64 header = 0;
-    if (begin != nullptr && take_mapped_header(begin, file, header) != 0) {
+    if (take_mapped_header(begin, file, header) != 0) {
         return 1;
     }
-    if (begin != nullptr) {
-        buf = begin + header;
-        kx_i64 loaded = file.size - header;
-        if (keeps_every_record()) {
-            end_input(file, buf, 0, loaded);
-        }
-        end_inputs(buf, loaded);
+    buf = begin + header;
+    kx_i64 loaded = file.size - header;
+    if (keeps_every_record()) {
+        end_input(file, buf, 0, loaded);
     }
+    end_inputs(buf, loaded);
     return 0;
 }
 
@@ -179,10 +182,11 @@ int kx_map_input(char *&buf) {
 }
 
 int kx_check_input() {
+    if (!kx_mapping_damaged(!keeps_every_record())) {
+        return 0;
+    }
     const bool whole = !has_header(); // Kept: Japanese everywhere, as where it is loaded.
-    return !kx_mapping_damaged()
-               ? 0
-               : kx_fail(whole ? msg::kReadInputFile.japanese_only() : msg::kReadInputFile, argsInfo.arrInFile[0].path);
+    return kx_fail(whole ? msg::kReadInputFile.japanese_only() : msg::kReadInputFile, argsInfo.arrInFile[0].path);
 }
 
 void kx_release_input(char *buf) {

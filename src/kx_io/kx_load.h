@@ -19,7 +19,8 @@ int kx_inputFile(char *buf);
 /// the memory, and one that is the output too. 0, or 1 with a message.
 int kx_map_input(char *&buf);
 
-/// After the input was mapped: 1, with a message, when it has lost bytes meanwhile; else 0.
+/// 1, with a message, when the input was mapped and its file has changed meanwhile; else 0. Bytes appended to it are
+/// such a change in complete mode only.
 int kx_check_input();
 
 /// Gives back the buffer that holds the records, loaded or mapped.

@@ -36,7 +36,7 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
     kx_progress_begin(orkan_progress_sorting, 2, 3, 0, kx_progress_counts::nothing);
     const bool nothing = size < 1 && !keeps_every_record();
     kx_list *list = nothing ? nullptr : kx_build_index(buf, size, true);
-    if (list == nullptr && keeps_every_record()) {
+    if (kx_check_input() != 0 || (list == nullptr && keeps_every_record())) {
         return 1; // before the output is touched
     }
     if (argsInfo.totalRecNum == 0) {
@@ -46,12 +46,13 @@ int sort_in_memory(char *buf, kx_i64 size, bool stable) {
         return kx_fail(msg::kStableSortFailed);
     }
     if (kx_check_input() != 0) {
-        return 1; // before the output is touched
+        return 1;
     }
     trace_stretch(stable ? msg::kStableSortTook : msg::kUnstableSortTook);
     kx_progress_begin(orkan_progress_writing, 3, 3, size, kx_progress_counts::writes);
     const auto output = argsInfo.bUnique == 1 ? kx_outputFile_list_unique : kx_outputFile_list;
-    if (output(list, nullptr) != 0 || kx_check_input() != 0) {
+    const bool written = output(list, nullptr) == 0;
+    if (kx_check_input() != 0 || !written) {
         return 1; // nothing freed: the driver gives the whole pool back
     }
     trace_stretch(msg::kOutputTook);

@@ -23,6 +23,7 @@ struct mapping {
     kx_i64 bytes = 0;      ///< of the file
     kx_i64 whole = 0;      ///< with the room behind them, in whole pages
     int fd = -1;
+    struct timespec written {}; ///< when the file was, the last time
     struct sigaction before {}; ///< of SIGBUS
 };
 mapping mapped;
@@ -37,10 +38,11 @@ kx_i64 whole_pages(kx_i64 bytes) { return (bytes + page_size() - 1) / page_size(
 
 constexpr kx_i64 kHugePage = kx_i64{2} << 20;
 
-/// The bytes to reserve for so many from the begin of a huge page on: where a file lies in huge pages of the page
-/// cache, it is entered, and found, that way. Records in random order take half the time.
+/// The bytes to reserve for so many from the begin of a huge page on.
 kx_i64 with_slack(kx_i64 whole) { return add_saturating(whole, kHugePage); }
 
+/// Where the file begins: if it lies in huge pages of the page cache, it is entered, and found, that way. Records in
+/// random order take half the time.
 char *first_huge_page(void *reserved) {
     const auto at = reinterpret_cast<std::uintptr_t>(reserved);
     return static_cast<char *>(reserved) + (kHugePage - to_i64(at % kHugePage)) % kHugePage;
@@ -59,13 +61,15 @@ bool blank_out(const char *at) {
 /// To where SIGBUS went before.
 void pass_on(int signal, siginfo_t *info, void *context) {
     const struct sigaction &before = mapped.before;
-    if ((before.sa_flags & SA_SIGINFO) != 0) {
+    if (before.sa_handler == SIG_DFL || before.sa_handler == SIG_IGN) {
+        if (before.sa_handler == SIG_DFL || info->si_code > 0) { // nobody can ignore a touch
+            sigaction(signal, &before, nullptr);
+            raise(signal);
+        }
+    } else if ((before.sa_flags & SA_SIGINFO) != 0) {
         before.sa_sigaction(signal, info, context);
-    } else if (before.sa_handler != SIG_DFL && before.sa_handler != SIG_IGN) {
-        before.sa_handler(signal);
     } else {
-        sigaction(signal, &before, nullptr);
-        raise(signal);
+        before.sa_handler(signal);
     }
 }
 
@@ -91,7 +95,8 @@ void catch_missing_pages() {
 
 /// The file in the first pages of what is reserved for it.
 bool map_file(int fd, kx_i64 bytes) {
-    return mmap(mapped.begin, to_size(bytes), kReadWrite, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED;
+    return !kx_fault(kx_site::allocate, bytes) &&
+           mmap(mapped.begin, to_size(bytes), kReadWrite, MAP_PRIVATE | MAP_FIXED, fd, 0) != MAP_FAILED;
 }
 
 /// Reads what is not in the page cache, in order, and enters all pages at once: one by one that takes longer. False
@@ -102,7 +107,8 @@ bool populate() {
     madvise(mapped.begin, to_size(mapped.bytes), MADV_SEQUENTIAL);
     for (kx_i64 at = 0; at < mapped.bytes; at += kMostPerCall) {
         const kx_i64 step = std::min(kMostPerCall, mapped.bytes - at);
-        if (madvise(mapped.begin + at, to_size(step), MADV_POPULATE_READ) != 0 && errno != EINVAL) {
+        const bool refused = kx_fault(kx_site::read);
+        if (refused || (madvise(mapped.begin + at, to_size(step), MADV_POPULATE_READ) != 0 && errno != EINVAL)) {
             return false;
         }
         kx_progress_read(step);
@@ -112,9 +118,22 @@ bool populate() {
     return true;
 }
 
-bool is_of_size(int fd, kx_i64 bytes) {
+/// A regular file of that size, whose pages are not larger than those that are reserved for it.
+bool can_be_mapped(int fd, kx_i64 bytes, struct timespec &written) {
     kx_status status{};
-    return kx_status_of(fd, status) && S_ISREG(status.st_mode) && status.st_size == bytes;
+    const bool known = kx_status_of(fd, status);
+    written = status.st_mtim;
+    return known && S_ISREG(status.st_mode) && status.st_size == bytes && status.st_blksize < kHugePage;
+}
+
+/// Then a missing page would end the process.
+bool is_signal_blocked() {
+    sigset_t blocked;
+    return pthread_sigmask(SIG_BLOCK, nullptr, &blocked) != 0 || sigismember(&blocked, SIGBUS) != 0;
+}
+
+bool is_same_time(const struct timespec &a, const struct timespec &b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
 } // namespace
@@ -122,7 +141,9 @@ bool is_of_size(int fd, kx_i64 bytes) {
 char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room) {
     kx_unmap();
     const kx_i64 whole = whole_pages(add_saturating(bytes, room));
-    if (bytes <= 0 || kx_fault(kx_site::allocate, whole) || !is_of_size(in.fd, bytes)) {
+    struct timespec written {};
+    if (bytes <= 0 || is_signal_blocked() || kx_fault(kx_site::allocate, whole) ||
+        !can_be_mapped(in.fd, bytes, written)) {
         return nullptr;
     }
     void *reserved = mmap(nullptr, to_size(with_slack(whole)), kReadWrite, kPrivate, -1, 0);
@@ -135,10 +156,12 @@ char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room) {
               .bytes = bytes,
               .whole = whole,
               .fd = fd,
+              .written = written,
               .before = {}};
     damaged = 0;
     catch_missing_pages();
-    if (mapped.fd < 0 || !map_file(mapped.fd, bytes) || !populate()) {
+    // Reading may take long; a file that has changed by then is loaded, which tells what is to be told.
+    if (mapped.fd < 0 || !map_file(mapped.fd, bytes) || !populate() || kx_mapping_damaged(false)) {
         kx_unmap();
         return nullptr;
     }
@@ -149,19 +172,23 @@ void kx_unmap() {
     if (mapped.begin == nullptr) {
         return;
     }
+    sigaction(SIGBUS, &mapped.before, nullptr);
     munmap(mapped.reserved, to_size(with_slack(mapped.whole)));
     if (mapped.fd >= 0) {
         ::close(mapped.fd);
     }
-    sigaction(SIGBUS, &mapped.before, nullptr);
     mapped = {};
 }
 
-bool kx_mapping_damaged() {
+bool kx_mapping_damaged(bool may_grow) {
+    if (mapped.begin == nullptr) {
+        return false;
+    }
     kx_status status{};
-    const bool is_shorter =
-        mapped.begin != nullptr && (!kx_status_of(mapped.fd, status) || status.st_size < mapped.bytes);
-    return mapped.begin != nullptr && (is_shorter || damaged != 0);
+    const bool known = kx_status_of(mapped.fd, status);
+    const bool untouched = status.st_size == mapped.bytes && is_same_time(status.st_mtim, mapped.written);
+    const bool grown = status.st_size > mapped.bytes;
+    return damaged != 0 || !known || !(untouched || (may_grow && grown));
 }
 
 bool kx_is_mapped(const char *at) {

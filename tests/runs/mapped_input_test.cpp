@@ -1,4 +1,5 @@
 // mapped_input_test.cpp: a single large input is sorted where it is, without a copy; nobody can tell by the result.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -8,6 +9,7 @@
 #include <vector>
 
 #include "support/run.h"
+#include "support/small_sizes.h"
 #include "support/texts.h"
 
 namespace {
@@ -148,7 +150,7 @@ TEST(MappedInput, ThatShrinksIsAFailureAtEveryCallThatComesAfter) {
 }
 
 TEST(MappedInput, ThatShrinksIsToldOfAsWhereItIsLoaded) {
-    shorten_at = 5;
+    shorten_at = 8; // it is mapped by then
     for (const Args &args : {Args{"-A"}, Args{"-C", "-K2"}}) {
         const Box box;
         box.write("in", lines(1000));
@@ -159,6 +161,73 @@ TEST(MappedInput, ThatShrinksIsToldOfAsWhereItIsLoaded) {
     box.write("in", lines(1000));
     const Outcome o = box.run({.args = {"-C", "-K2", "-H", "in"}, .before = shorten_at_call});
     EXPECT_EQ(o.err, kStart + "☆ Error occurred while reading input file [in]!\n" + kFailed);
+}
+
+// Sorted input goes to the output from where it is: there it is the system that meets the missing pages.
+TEST(MappedInput, ThatShrinksWhileItIsWrittenIsToldOf) {
+    const Box box;
+    const string sorted = numbered(0, 200000, 1); // more than the output's buffer
+    box.write("in", sorted);
+    const Outcome o = box.run({.args = {"-A", "-O", "out", "in"}, .before = [] {
+                                   map_everything();
+                                   orkan::kx_fault_hook = [](kx_site site, kx_i64 /*bytes*/) {
+                                       static bool done;
+                                       if (site == kx_site::write && !done) {
+                                           done = true;
+                                           if (truncate("in", 5000) != 0) {
+                                               abort();
+                                           }
+                                       }
+                                       return false;
+                                   };
+                               }});
+    EXPECT_EQ(o.ending, Ending::returned);
+    EXPECT_EQ(o.status, 1);
+    EXPECT_NE(o.err.find("☆入力ファイル[in]の読み込み中にエラーが発生しました！\n"), string::npos) << o.err;
+}
+
+// A file that is written to
+
+/// When the output is opened, `text` replaces the input's bytes from there on.
+string written;
+off_t written_at;
+bool write_when_output_opens(kx_site site, kx_i64 /*bytes*/) {
+    opened += site == kx_site::open ? 1 : 0;
+    if (site == kx_site::open && opened == 2) {
+        const int fd = open("in", O_WRONLY | O_CLOEXEC);
+        if (fd < 0 || pwrite(fd, written.data(), written.size(), written_at) != static_cast<ssize_t>(written.size()) ||
+            close(fd) != 0) {
+            abort();
+        }
+    }
+    return false;
+}
+
+int status_when_written(bool complete, const string &text, off_t at) {
+    written = text;
+    written_at = at;
+    const Box box;
+    box.write("in", lines(1000));
+    const timespec long_ago[] = {{1, 0}, {1, 0}};
+    EXPECT_EQ(utimensat(AT_FDCWD, box.path("in").c_str(), long_ago, 0), 0);
+    return box
+        .run({.args = {"-A", "-O", "out", "in"},
+              .before =
+                  [&] {
+                      complete ? map_completely() : map_everything();
+                      orkan::kx_fault_hook = write_when_output_opens;
+                  }})
+        .status;
+}
+
+TEST(MappedInput, ThatIsWrittenToIsAFailure) {
+    EXPECT_EQ(status_when_written(false, "torn", 5000), 1);
+    EXPECT_EQ(status_when_written(true, "torn", 5000), 1);
+}
+
+TEST(MappedInput, ThatGrowsIsAFailureInCompleteModeOnly) {
+    EXPECT_EQ(status_when_written(false, "more\n", 10000), 0);
+    EXPECT_EQ(status_when_written(true, "more\n", 10000), 1);
 }
 
 } // namespace

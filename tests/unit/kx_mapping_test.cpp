@@ -2,11 +2,15 @@
 #include "kx_utils/kx_mapping.h"
 
 #include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <string>
+#include <vector>
 
 #include "support/fault.h"
 #include "support/feeder.h"
@@ -32,7 +36,14 @@ class Mapping : public Stream {
         open_for_reading(bytes);
         return kx_map(s, to_i64(bytes.size()), room);
     }
-    void shorten_to(std::size_t bytes) const { ASSERT_EQ(truncate(box.path("in").c_str(), to_i64(bytes)), 0); }
+    /// Shorter or longer.
+    void resize_to(std::size_t bytes) const { ASSERT_EQ(truncate(box.path("in").c_str(), to_i64(bytes)), 0); }
+
+    /// As if the file had been written long ago: whoever writes to it now does so at another time for sure.
+    void age() const {
+        const timespec long_ago[] = {{1, 0}, {1, 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, box.path("in").c_str(), long_ago, 0), 0);
+    }
 };
 
 using Unmapped = Mapping;
@@ -47,7 +58,7 @@ TEST_F(Mapping, HoldsTheBytesOfTheFileAndRoomBehindThem) {
             ASSERT_NE(at, nullptr);
             std::fill_n(at + size, room, '!');
             EXPECT_EQ(string(at, size + room), pattern(size) + string(room, '!'));
-            EXPECT_FALSE(kx_mapping_damaged());
+            EXPECT_FALSE(kx_mapping_damaged(true));
             kx_stream_clear(s);
         }
     }
@@ -67,7 +78,7 @@ TEST_F(Mapping, OutlivesTheHandleAndTheName) {
     ASSERT_EQ(unlink(box.path("in").c_str()), 0);
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(string(at, 3 * kPage), pattern(3 * kPage));
-    EXPECT_FALSE(kx_mapping_damaged());
+    EXPECT_FALSE(kx_mapping_damaged(true));
 }
 
 TEST_F(Mapping, KnowsItsBytes) {
@@ -131,10 +142,15 @@ TEST_F(Unmapped, MoreThanTheAddressSpaceHolds) {
 
 TEST_F(Unmapped, WhereTheSystemRefusesWhatItNeeds) {
     open_for_reading("abc");
-    for (const kx_site site : {kx_site::allocate, kx_site::stat, kx_site::duplicate}) {
-        const Fault fault({.site = site});
+    const std::vector<FaultPlan> plans = {{.site = kx_site::allocate},
+                                          {.site = kx_site::allocate, .call = 2},
+                                          {.site = kx_site::stat},
+                                          {.site = kx_site::duplicate},
+                                          {.site = kx_site::read}};
+    for (const FaultPlan &plan : plans) {
+        const Fault fault(plan);
         EXPECT_EQ(kx_map(s, 3, 0), nullptr);
-        EXPECT_EQ(Fault::calls(), 1);
+        EXPECT_EQ(Fault::calls(), plan.call);
     }
     EXPECT_EQ(take(s, 10), "abc") << "it can still be read";
 }
@@ -143,41 +159,75 @@ TEST_F(Unmapped, WhereTheSystemRefusesWhatItNeeds) {
 
 TEST_F(Mapping, HasZeroBytesWhereTheFileLostItsOwn) {
     char *at = map(pattern(5 * kPage));
-    shorten_to(2 * kPage);
+    resize_to(2 * kPage);
     ASSERT_NE(at, nullptr);
-    EXPECT_TRUE(kx_mapping_damaged()) << "even untouched";
+    EXPECT_TRUE(kx_mapping_damaged(true)) << "even untouched";
     EXPECT_EQ(string(at, 2 * kPage), pattern(2 * kPage));
     EXPECT_EQ(at[4 * kPage], 0) << "the first touch";
     EXPECT_EQ(string(at + 2 * kPage, 3 * kPage), string(3 * kPage, '\0'));
     std::fill_n(at + 5 * kPage, 2, '!');
-    EXPECT_TRUE(kx_mapping_damaged());
+    EXPECT_TRUE(kx_mapping_damaged(true));
 }
 
 TEST_F(Mapping, RemembersALossThatWasMadeUpFor) {
     const char *at = map(pattern(5 * kPage));
-    shorten_to(0);
+    resize_to(0);
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(at[0], 0);
     box.write("in", pattern(5 * kPage));
-    EXPECT_TRUE(kx_mapping_damaged());
+    EXPECT_TRUE(kx_mapping_damaged(true));
     kx_unmap();
-    EXPECT_FALSE(kx_mapping_damaged()) << "nothing is mapped";
+    EXPECT_FALSE(kx_mapping_damaged(true)) << "nothing is mapped";
     EXPECT_NE(map("abc"), nullptr);
-    EXPECT_FALSE(kx_mapping_damaged()) << "another file";
+    EXPECT_FALSE(kx_mapping_damaged(true)) << "another file";
 }
 
 TEST_F(Mapping, NoticesALossWithinTheLastPage) {
     ASSERT_NE(map(pattern(kPage + 100)), nullptr);
-    shorten_to(kPage + 99);
-    EXPECT_TRUE(kx_mapping_damaged());
+    resize_to(kPage + 99);
+    EXPECT_TRUE(kx_mapping_damaged(true));
 }
 
 TEST_F(Mapping, IsNotDamagedByGrowth) {
     const char *at = map(pattern(kPage));
-    shorten_to(3 * kPage);
-    EXPECT_FALSE(kx_mapping_damaged());
+    resize_to(3 * kPage);
+    EXPECT_FALSE(kx_mapping_damaged(true));
+    EXPECT_TRUE(kx_mapping_damaged(false)) << "unless it must not grow";
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(string(at, kPage), pattern(kPage));
+}
+
+TEST_F(Mapping, IsDamagedByBytesThatChangeInTheirPlace) {
+    open_for_reading(pattern(kPage));
+    age();
+    ASSERT_NE(kx_map(s, to_i64(kPage), 0), nullptr);
+    EXPECT_FALSE(kx_mapping_damaged(true));
+    box.write("in", string(kPage, 'x'));
+    EXPECT_TRUE(kx_mapping_damaged(true));
+}
+
+void append_a_byte(const string &path) {
+    const int fd = open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    if (fd < 0 || write(fd, "+", 1) != 1 || close(fd) != 0) {
+        abort();
+    }
+}
+
+TEST_F(Unmapped, AFileThatChangesWhileItIsReadIn) {
+    static string path;
+    path = box.path("in");
+    const auto change = [](kx_site site, kx_i64 /*bytes*/) {
+        if (site == kx_site::read) {
+            append_a_byte(path);
+        }
+        return false;
+    };
+    open_for_reading(pattern(kPage));
+    kx_fault_hook = change;
+    const char *at = kx_map(s, to_i64(kPage), 0);
+    kx_fault_hook = nullptr;
+    EXPECT_EQ(at, nullptr);
+    EXPECT_EQ(box.read("in"), pattern(kPage) + "+");
 }
 
 // SIGBUS that has nothing to do with it
@@ -193,7 +243,7 @@ TEST_F(Mapping, LeavesOtherSignalsToTheHandlerThatWasThere) {
         if (std::signal(SIGBUS, count_signal) == SIG_ERR || map("abc") == nullptr || raise(SIGBUS) != 0) {
             return 1;
         }
-        if (caught != 1 || kx_mapping_damaged()) {
+        if (caught != 1 || kx_mapping_damaged(true)) {
             return 2;
         }
         kx_unmap();
@@ -203,12 +253,36 @@ TEST_F(Mapping, LeavesOtherSignalsToTheHandlerThatWasThere) {
         if (sigaction(SIGBUS, &action, nullptr) != 0 || map("abc") == nullptr || kill(getpid(), SIGBUS) != 0) {
             return 3;
         }
-        shorten_to(0);
+        resize_to(0);
         const char *at = map(pattern(kPage)); // what was mapped before is not any more
-        shorten_to(0);
-        return caught == 11 && *at == 0 && kx_mapping_damaged() ? kAllWell : 4;
+        resize_to(0);
+        return caught == 11 && *at == 0 && kx_mapping_damaged(true) ? kAllWell : 4;
     });
     EXPECT_EQ(o.ending, Ending::returned);
+    EXPECT_EQ(o.status, kAllWell);
+}
+
+TEST_F(Mapping, GoesOnWhereOtherSignalsAreIgnored) {
+    const Outcome o = in_child([&] {
+        std::signal(SIGBUS, SIG_IGN);
+        const char *at = map(pattern(kPage));
+        if (at == nullptr || raise(SIGBUS) != 0) {
+            return 1;
+        }
+        resize_to(0);
+        return *at == 0 && kx_mapping_damaged(true) ? kAllWell : 2;
+    });
+    EXPECT_EQ(o.ending, Ending::returned);
+    EXPECT_EQ(o.status, kAllWell);
+}
+
+TEST_F(Unmapped, WhereTheSignalIsBlocked) {
+    const Outcome o = in_child([&] {
+        sigset_t signals;
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGBUS);
+        return pthread_sigmask(SIG_BLOCK, &signals, nullptr) == 0 && map("abc") == nullptr ? kAllWell : 1;
+    });
     EXPECT_EQ(o.status, kAllWell);
 }
 
