@@ -76,7 +76,7 @@ kx_i64 read_record(const Job &job, const std::string &bytes, std::size_t &at) {
     const kx_i64 locators = csv ? integer_at(bytes, at + 4) : 0;
     const kx_i64 left = to_i64(bytes.size() - at - header);
     const kx_i64 least = to_i64(job.code.size()); // no record of lines or CSV is without
-    const bool possible = (fixed || (length >= least && length <= argsInfo.maxRecLen)) && locators >= 0;
+    const bool possible = (fixed || (length >= least && length <= argsInfo.maxRecLen)) && (!csv || locators > 0);
     if (!possible || locators * 8 + length > left) {
         return kUnreadable;
     }

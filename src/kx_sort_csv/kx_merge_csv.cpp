@@ -27,7 +27,7 @@ class CsvMerge : public kx_newline_blocks {
             return kHeader;
         }
         const auto header = load_unaligned<RecordInfo_csv_temp>(held.ptr);
-        const bool possible = is_record_length(header.len) && header.num >= 0;
+        const bool possible = is_record_length(header.len) && header.num > 0; // a key's field, or its only one
         return possible ? kHeader + header.num * kLocator + header.len : 0;
     }
     /// Kept: a record that ends exactly at the buffer's end counts as cut.
