@@ -313,6 +313,7 @@ class Files(Hostile):
             "ln -s . {}": False,
             "ln -s {} {}": False,
             "ln -s ../fifo {}": False,
+            f"'{sys.executable}' -c \"import socket; socket.socket(socket.AF_UNIX).bind('{{}}')\"": False,
             "ln -s ../nowhere {}": True,
             "echo leftover > {}": True,
             "echo leftover > {}; chmod 000 {}": os.geteuid() == 0,
@@ -326,8 +327,15 @@ class Files(Hostile):
                     self.write(b"stranger", b"stranger")
                     self.assert_planted_run(plant, f"-A -O out {args}", stdin, works)
                     self.assertEqual(self.read(b"stranger"), b"stranger")
+        for device in "/dev/null", "/dev/full":  # a link is followed, but nothing comes back from there
+            for args, stdin in ("-W16M", data), ("-W1 data", b""):
+                with self.subTest(device=device, args=args):
+                    done, left = self.run_planted(f"ln -s {device} {{}}", f"-A -O out {args}", stdin)
+                    self.assertEqual((done.returncode, len(left)), (1, 0), done.stderr)
+                    self.assertIn(FAILED.encode(), done.stderr)
 
-    def assert_planted_run(self, plant, args, stdin, works):
+    def run_planted(self, plant, args, stdin):
+        """The run, and what it leaves in the folder for temporary files."""
         script = plant.replace("{}", "tmp/orkan_$$.tmp") + f"; exec '{COMMAND}' {args}"
         environment = {"LANG": "C", "TMPDIR": self.temp, "PATH": os.environ["PATH"]}
         done = subprocess.run(
@@ -337,6 +345,10 @@ class Files(Hostile):
         left = os.listdir(self.temp)
         subprocess.run(["rm", "-rf", self.temp, self.path(b"nowhere")], check=True)
         os.mkdir(self.temp)
+        return done, left
+
+    def assert_planted_run(self, plant, args, stdin, works):
+        done, left = self.run_planted(plant, args, stdin)
         self.assertEqual((done.returncode, len(left)), (0, 0) if works else (1, 1), done.stderr)
         if works:
             self.assertTrue(self.read(b"out") == b"".join(sorted(self.read(b"data").splitlines(True))))

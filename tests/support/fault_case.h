@@ -19,15 +19,22 @@ struct FaultCase {
     Route route = Route::in_memory;
     Wish wish = Wish::plain;
     bool complete = false; ///< complete mode: CSV has header lines, and the split path has several inputs
-    int number = 0;        ///< chooses what else varies
+    int number = 0;        ///< of this case among all; chooses what else varies
 
-    [[nodiscard]] bool has_errors() const { return number % 3 == 0; }
-    [[nodiscard]] bool has_output() const { return number % 2 == 0; }   ///< else standard output
-    [[nodiscard]] bool has_leftover() const { return number % 4 == 1; } ///< a file stands at the temporary path
+    // Each route has each of these, with every wish.
+    [[nodiscard]] bool has_errors() const { return (place() + static_cast<int>(format)) % 3 == 0; }
+    [[nodiscard]] bool has_output() const { return (place() + (complete ? 1 : 0)) % 2 == 0; } ///< else standard output
+    /// A file stands at the temporary path.
+    [[nodiscard]] bool has_leftover() const {
+        return (place() + static_cast<int>(format) + (complete ? 2 : 0)) % 4 == 1;
+    }
     [[nodiscard]] bool from_standard_input() const { return route == Route::one_chunk || route == Route::chunks; }
     [[nodiscard]] bool closes_input() const { return !from_standard_input() && number % 5 == 2; }
     [[nodiscard]] bool has_header() const { return complete && format == orkan::kx_format::csv; }
     [[nodiscard]] std::string name() const;
+
+  private:
+    [[nodiscard]] int place() const { return static_cast<int>(route) + static_cast<int>(wish); }
 };
 
 inline void PrintTo(const FaultCase &c, std::ostream *to) { *to << c.name(); }

@@ -104,9 +104,11 @@ class Loop {
             result_.sites[name_of(site)] = calls;
         }
         for (const Refusal refusal : kRefusals) {
-            for (int first = 1; first <= kMostPositions && run_refused(refusal, first); ++first) {
+            int first = 1;
+            for (; first <= kMostPositions && run_refused(refusal, first); ++first) {
                 run_undisturbed("behind");
             }
+            complain_unless(first <= kMostPositions, "has more positions than are tried", {});
         }
         return result_;
     }
