@@ -24,7 +24,7 @@ def descending(key):
 class Languages(unittest.TestCase):
     def test_both_languages_have_the_same_examples(self):
         english, japanese = (manual.examples(os.path.join(ROOT, page)) for page in PAGES)
-        self.assertEqual(len(english), 6)
+        self.assertEqual(len(english), 7)
         self.assertEqual(english, japanese)
 
 
@@ -102,6 +102,14 @@ class Examples(unittest.TestCase):
         self.assertEqual(tables[0][0], tables[1][0])
         self.assertTrue(sorted(tables[0]) == sorted(tables[1]))
         self.assertTrue(keys == sorted(keys))
+
+    def test_headers_of_several_inputs(self):
+        rows = [b"%d,name,%d\n" % (i, i * 7 % 10) for i in range(10)]
+        self.write("one.csv", b"id,what,key\n" + b"".join(rows[:5]))
+        self.write("two.csv", b"id,what,key\n" + b"".join(rows[5:]))
+        self.run_example("ORKAN_COMPLETE")
+        expected = sorted(rows, key=lambda row: row.split(b",")[2])
+        self.assertTrue(self.read("all.csv") == b"id,what,key\n" + b"".join(expected))
 
     def test_pipe(self):
         lines = self.sample("access.log").splitlines(keepends=True)
