@@ -186,6 +186,17 @@ TEST_F(CompleteFiles, AFolderIsNoInputWhateverItsSize) {
     }
 }
 
+TEST_F(CompleteFiles, AHeaderLongerThanTheOutputsBufferIsWrittenOrTheMergeFails) {
+    const string header = string(300, 'h') + "\n";
+    box.write("a", header + "1\n3\n");
+    box.write("b", header + "2\n");
+    EXPECT_EQ(run_small("-M", {"-C", "-H"}, {"a", "b"}).out, header + "1\n2\n3\n");
+    const Outcome o = run_small("-M", {"-C", "-H", "-O", "/dev/full"}, {"a", "b"});
+    EXPECT_EQ(o.status, 1);
+    EXPECT_EQ(o.err, kStart + "☆ Error occurred while writing output file [/dev/full]!\n" +
+                         "☆ File merge sort failed!\n" + kFailed);
+}
+
 // --- error file ----------------------------------------------------------------------------------------------------
 
 /// What holds no record, and its options.

@@ -92,6 +92,22 @@ TEST_F(CompletePipes, AreNamedByMessages) {
     }
 }
 
+TEST_F(CompletePipes, AreNamedWhereTheyCannotBeOpenedOrReadAndSoAreFilesBesideThem) {
+    box.write("a", "a\n");
+    const auto expect_failure = [this](const Args &inputs, orkan::kx_site site, int call, const string &message) {
+        const Outcome o = run(inputs, "p\n", "", [site, call] { fail_call(site, call); });
+        EXPECT_EQ(o.status, 1);
+        EXPECT_EQ(o.out, "");
+        EXPECT_EQ(o.err, kStart + message + kFailed);
+    };
+    expect_failure({"a", "p"}, orkan::kx_site::open, 2, "☆ Cannot open input file [p]!\n");
+    expect_failure({"p", "a"}, orkan::kx_site::open, 2, "☆ Cannot open input file [a]!\n");
+    const string unread = "☆ Error occurred while reading input file ";
+    expect_failure({"p", "a"}, orkan::kx_site::read, 1, unread + "[p]!\n");
+    expect_failure({"a", "p"}, orkan::kx_site::read, 1, unread + "[a]!\n");
+    expect_failure({"a", "p"}, orkan::kx_site::read, 3, unread + "[p]!\n"); // behind a's bytes and its end
+}
+
 TEST_F(CompletePipes, NoRecordReachesIntoTheNextInput) {
     const string balance = "3,\"z\n";
     box.write("a", balance);

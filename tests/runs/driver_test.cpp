@@ -272,6 +272,13 @@ TEST(Verbose, DumpsGoToStandardOutputBeforeTheRecords) {
     EXPECT_EQ(out.find("Sort started."), string::npos);
 }
 
+TEST(Verbose, DumpsShowCodesByteByByte) {
+    const Inputs in;
+    const string out = in.box.run({.args = {"-Verbose", "-C", "-D", "~ \x7f\x80\xff", "-P", "\\r\\n", "in.dat"}}).out;
+    EXPECT_NE(out.find("  delimiter      = ~ \\x7f\\x80\\xff\n"), string::npos) << out;
+    EXPECT_NE(out.find("  sep            = \\x0d\\x0a\n"), string::npos) << out;
+}
+
 TEST(Verbose, TheFirstRunMeasuresFromTheStartOfTheProcess) {
     const Inputs in;
     const string err = in.box.run({.args = kVerboseArgs}).err;

@@ -173,6 +173,18 @@ TEST(Refusals, OfTheStatCallToo) {
     EXPECT_EQ(o.err, kStart + "☆ Failed to stat input file 2 [in.dat]!\n" + kArguments + kFailed);
 }
 
+TEST(Refusals, OfMemoryForAFoldersName) {
+    const Box box;
+    box.write("in.dat", "0123456789");
+    const string folder(100, 'f');
+    box.make_folder(folder);
+    const Args args = {"-L2", "-O", folder + "/out", "in.dat"};
+    const auto refuse = [] { support::refuse_allocations({100 + 2}); }; // with its slash and the end of the text
+    EXPECT_EQ(box.run({.args = args, .before = refuse}).err,
+              kStart + "☆ Failed to allocate memory for the options!\n" + kArguments + kFailed);
+    EXPECT_EQ(box.run({.args = args}).err, kStart + kEnd);
+}
+
 // Accepted: all of these sort "in.dat" as one record of 10 bytes or five of 2.
 
 TEST(Accepted, FoldersAndKeys) {
@@ -204,6 +216,16 @@ TEST(Accepted, FoldersAndKeys) {
         EXPECT_EQ(o.out, "0123456789");
         EXPECT_EQ(box.files(), "in.dat tmp/");
     }
+}
+
+TEST(Accepted, AnEmptyInputThatCannotBeLookedInto) {
+    const Box box;
+    box.write("empty", "");
+    const Outcome o =
+        box.run({.args = {"-O", "out", "empty"}, .before = [] { support::fail_call(orkan::kx_site::open, 1); }});
+    EXPECT_EQ(o.status, 0);
+    EXPECT_EQ(o.err, kStart + kEnd);
+    EXPECT_EQ(box.read("out"), "\n") << "as of any empty input";
 }
 
 // TMPDIR

@@ -541,6 +541,7 @@ TEST_F(ListTest, ExtractMatchingWithoutMemoryLosesNothing) {
     kx_malloc(memPool, 8);
     refuse_pool();
     EXPECT_EQ(__kx_list_extract_matching(list, nullptr, is_odd), nullptr);
+    EXPECT_EQ(__kx_list_search_all(list, nullptr, is_odd), nullptr);
     kx_free(memPool, hole);
     EXPECT_EQ(__kx_list_extract_matching(list, nullptr, is_odd), nullptr);
     EXPECT_EQ(__kx_list_search_all(list, nullptr, is_odd), nullptr);

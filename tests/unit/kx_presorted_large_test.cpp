@@ -136,6 +136,17 @@ TEST_F(LargePresorted, WithoutANewlineCodeAnInputIsReadAsFarAsTheRunsMemoryGoes)
     EXPECT_EQ(merged.out, "");
 }
 
+TEST_F(LargePresorted, InCompleteModeARecordMayBeLongerThanTheRunsMemory) {
+    configure(key_job(kx_format::variable, 8));
+    completeMode = true;
+    argsInfo.totalMemSize = kDefaultPoolSize;
+    const string record(to_size(kDefaultPoolSize) + 1, '2');
+    const Merged merged = merge({"00000001,a\n", record});
+    EXPECT_EQ(merged.status, 0);
+    EXPECT_EQ(merged.messages, kReleased);
+    EXPECT_TRUE(merged.out == "00000001,a\n" + record + "\n");
+}
+
 TEST_F(LargePresorted, UniqueRecordsAroundTheStagingBuffersSize) {
     for (const kx_format format : kNewlineFormats) {
         Job job = key_job(format, 8);

@@ -247,6 +247,15 @@ TEST(CodeScan, MeetsEveryCodeThatASearchFromTheOneBeforeFinds) {
     }
 }
 
+TEST(CodeScan, MeetsNothingWhereThereAreNoBytes) {
+    for (const char *code : {"\n", "\r\n", "\""}) {
+        for (const bool quoted : {false, true}) {
+            kx_code_scan scan({nullptr, 0}, nullptr, bytes_of(code), quoted, '"');
+            EXPECT_EQ(scan.next(), nullptr) << code;
+        }
+    }
+}
+
 TEST(ScanKernels, LowestBits) {
     EXPECT_EQ(lowest_bits(0), 0U);
     EXPECT_EQ(lowest_bits(1), 1U);

@@ -95,6 +95,7 @@ TEST_F(Stream, AFailedWriteIsForEver) {
     }
     const Fault watch({.site = kx_site::write, .call = 1000});
     EXPECT_FALSE(put(s, "later"));
+    EXPECT_FALSE(put(s, ""));
     EXPECT_FALSE(kx_stream_flush(s));
     EXPECT_FALSE(kx_stream_seek_to(s, 0));
     EXPECT_EQ(kx_stream_reserve(s, 0), nullptr);

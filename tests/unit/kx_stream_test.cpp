@@ -284,6 +284,30 @@ TEST_F(Stream, SpaceAskedForInAdvanceIsGivenBackWhereItIsNotUsed) {
     EXPECT_LT(status.st_blocks * 512, kWanted);
 }
 
+TEST_F(Stream, SpaceIsAskedForInItsOwnFilesOnly) {
+    constexpr kx_i64 kWanted = 8 << 20;
+    const Fault watch({.site = kx_site::reserve, .call = 1000});
+    kx_stream_reserve_space(s, kWanted);
+    kx_stream_standard_output(s);
+    kx_stream_reserve_space(s, kWanted);
+    EXPECT_EQ(Fault::calls(), 0);
+    open_for_writing();
+    kx_stream_reserve_space(s, kWanted);
+    EXPECT_EQ(Fault::calls(), 1);
+}
+
+TEST_F(Stream, AClosedHandleHasNoPosition) {
+    open_for_reading("abc");
+    const int fd = s.fd;
+    EXPECT_EQ(take(s, 2), "ab");
+    EXPECT_EQ(kx_stream_position(s), 2);
+    ASSERT_TRUE(kx_stream_close(s));
+    const int other = open(box.path("in").c_str(), O_RDONLY); // takes the number over
+    ASSERT_EQ(other, fd);
+    EXPECT_EQ(kx_stream_position(s), -1);
+    close(other);
+}
+
 TEST_F(Stream, SeeksWhileReading) {
     open_for_reading("0123456789");
     ASSERT_TRUE(kx_stream_seek_to(s, 7));
