@@ -131,11 +131,16 @@ TEST_F(Unmapped, MoreThanTheAddressSpaceHolds) {
             return 1;
         }
         kx_stream_clear(s);
-        const struct rlimit limit { rlim_t{1} << 39, rlim_t{1} << 39 };
-        if (!kx_stream_open_read(s, box.path("in").c_str()) || setrlimit(RLIMIT_AS, &limit) != 0) {
+        struct rlimit before {};
+        if (!kx_stream_open_read(s, box.path("in").c_str()) || getrlimit(RLIMIT_AS, &before) != 0) {
             return 2;
         }
-        return kx_map(s, kx_i64{1} << 40, 0) == nullptr ? kAllWell : 3;
+        const struct rlimit narrow = {.rlim_cur = rlim_t{1} << 39, .rlim_max = before.rlim_max};
+        if (setrlimit(RLIMIT_AS, &narrow) != 0) {
+            return 3;
+        }
+        const char *at = kx_map(s, kx_i64{1} << 40, 0);
+        return setrlimit(RLIMIT_AS, &before) == 0 && at == nullptr ? kAllWell : 4;
     });
     EXPECT_EQ(o.status, kAllWell);
 }
