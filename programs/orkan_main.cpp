@@ -1,7 +1,7 @@
 // orkan_main.cpp: the command `orkan`: its arguments go to the library, the library's status comes back.
 //
-// The library leaves these signals alone. The command removes the temporary file and the progress line when one of the usual
-// signals ends it, and then dies by that signal as it would have done anyway.
+// The library leaves the usual signals alone. The command removes the temporary file and the progress line when one of
+// them ends it, and then dies by that signal as it would have done anyway.
 #include <array>
 #include <csignal>
 #include <cstdlib>

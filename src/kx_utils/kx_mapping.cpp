@@ -36,13 +36,10 @@ kx_i64 page_size() {
 
 kx_i64 whole_pages(kx_i64 bytes) { return (bytes + page_size() - 1) / page_size() * page_size(); }
 
-constexpr kx_i64 kHugePage = kx_i64{2} << 20;
-
 /// The bytes to reserve for so many from the begin of a huge page on.
 kx_i64 with_slack(kx_i64 whole) { return add_saturating(whole, kHugePage); }
 
-/// Where the file begins: if it lies in huge pages of the page cache, it is entered, and found, that way. Records in
-/// random order take half the time.
+/// Where the file begins: if it lies in huge pages of the page cache, it is entered, and found, that way.
 char *first_huge_page(void *reserved) {
     const auto at = reinterpret_cast<std::uintptr_t>(reserved);
     return static_cast<char *>(reserved) + (kHugePage - to_i64(at % kHugePage)) % kHugePage;

@@ -19,7 +19,7 @@ void *kx_system_realloc(void *old, kx_i64 bytes) {
 void kx_prefer_huge_pages(void *block, kx_i64 bytes) {
 #ifdef MADV_HUGEPAGE
     if (block != nullptr && bytes >= kWorthHugePages) {
-        constexpr std::uintptr_t kHugePage = std::uintptr_t{2} << 20, kMask = kHugePage - 1;
+        constexpr std::uintptr_t kMask = kHugePage - 1;
         const auto first = (reinterpret_cast<std::uintptr_t>(block) + kMask) & ~kMask;
         const auto end = (reinterpret_cast<std::uintptr_t>(block) + to_size(bytes)) & ~kMask;
         madvise(reinterpret_cast<void *>(first), end - first, MADV_HUGEPAGE);
