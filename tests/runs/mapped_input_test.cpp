@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "support/args.h"
+#include "support/complete_both.h"
 #include "support/run.h"
 #include "support/small_sizes.h"
 #include "support/texts.h"
@@ -18,14 +20,12 @@ using namespace support;
 using orkan::kx_i64;
 using orkan::kx_site;
 using std::string;
-using Args = std::vector<string>;
 
 void map_everything() { orkan::kx_small = {.budget = 0, .pool = 0, .buffer = 0, .mapping = 1}; }
-void map_completely() {
+void map_in_mode(bool complete) {
+    choose_mode(complete);
     map_everything();
-    setenv("ORKAN_COMPLETE", "1", 1);
 }
-void load_completely() { setenv("ORKAN_COMPLETE", "1", 1); }
 
 string lines(int count) {
     string text;
@@ -33,11 +33,6 @@ string lines(int count) {
         text += "line," + std::to_string(10000 + i * 7919 % 1007).substr(1) + "\n";
     }
     return text;
-}
-
-Args with(Args args, const Args &more) {
-    args.insert(args.end(), more.begin(), more.end());
-    return args;
 }
 
 const std::vector<Args> kKinds = {{"-L10", "-K5,4"}, {"-A"}, {"-K5,4n"}, {"-C", "-K2"}, {"-C", "-K2n", "-D,"}};
@@ -50,9 +45,8 @@ void expect_the_same(const string &input, const Args &args) {
     box.write("in", input);
     for (const bool complete : {false, true}) {
         SCOPED_TRACE(complete ? "complete" : "default");
-        const Outcome loaded = box.run({.args = with(args, {"in"}), .before = complete ? load_completely : nullptr});
-        const Outcome mapped =
-            box.run({.args = with(args, {"in"}), .before = complete ? map_completely : map_everything});
+        const Outcome loaded = box.run({.args = with(args, {"in"}), .before = [=] { choose_mode(complete); }});
+        const Outcome mapped = box.run({.args = with(args, {"in"}), .before = [=] { map_in_mode(complete); }});
         EXPECT_EQ(mapped.out, loaded.out);
         EXPECT_EQ(mapped.err, loaded.err);
         EXPECT_EQ(mapped.status, loaded.status);
@@ -214,7 +208,7 @@ int status_when_written(bool complete, const string &text, off_t at) {
         .run({.args = {"-A", "-O", "out", "in"},
               .before =
                   [&] {
-                      complete ? map_completely() : map_everything();
+                      map_in_mode(complete);
                       orkan::kx_fault_hook = write_when_output_opens;
                   }})
         .status;

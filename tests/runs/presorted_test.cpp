@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "support/args.h"
 #include "support/job.h"
 #include "support/presorted_model.h"
 #include "support/run.h"
@@ -18,15 +19,8 @@ using namespace support;
 using orkan::kx_i64;
 using std::string;
 
-using Args = std::vector<string>;
-
 const string kReleased = "メモリ解放がかかった[#]msです。\n";
 const string kMergeFailed = "☆ File merge sort failed!\n", kMergeFailedJa = "☆ファイルのマージソートは失敗しました！\n";
-
-Args with(Args args, const Args &more) {
-    args.insert(args.end(), more.begin(), more.end());
-    return args;
-}
 
 // Random inputs. A number is compared for duplicates with the length of the last one, which the model does not do.
 

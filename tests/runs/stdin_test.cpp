@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/args.h"
 #include "support/feeder.h"
 #include "support/job.h"
 #include "support/run.h"
@@ -17,15 +18,8 @@ using namespace support;
 using orkan::kx_site;
 using std::string;
 
-using Args = std::vector<string>;
-
 const string kReleased = "メモリ解放がかかった[#]msです。\n";
 const string kInputFailed = "☆ Standard input sort failed!\n", kInputFailedJa = "☆標準入力のソートは失敗しました！\n";
-
-Args with(Args args, const Args &more) {
-    args.insert(args.end(), more.begin(), more.end());
-    return args;
-}
 
 // The smallest budget is 16 MiB, of which 15 MiB are divided.
 constexpr std::size_t kLinesChunk = (std::size_t{15} << 20) / 4 * 3, kCsvChunk = (std::size_t{15} << 20) / 2;
