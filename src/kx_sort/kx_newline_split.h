@@ -40,17 +40,20 @@ class kx_newline_split {
         return length;
     }
 
+    /// In complete mode: a newline code that was appended is the end, or what follows would be half a record.
+    [[nodiscard]] bool ended() const { return at_end_ && keeps_every_record(); }
+
     /// At the input's end an unindexed rest is left alone. A chunk without any whole record would be read again for
     /// ever: it becomes large enough for the rest of the input. In complete mode, where a record of any length may be
-    /// cut, it doubles instead.
+    /// cut, it grows step by step instead.
     int settle(kx_stream &in, char *&buf, kx_i64 length) {
         const kx_i64 cut = length - bufDealedSize;
         if (cut == 0 || at_end_) {
             return 0;
         }
         if (bufDealedSize == 0) {
-            const kx_i64 rest = keeps_every_record() ? 0 : input_size_ + argsInfo.sep_len;
-            const kx_i64 larger = std::max(rest, 2 * read_size_);
+            const kx_i64 rest = input_size_ + argsInfo.sep_len;
+            const kx_i64 larger = keeps_every_record() ? next_step() : std::max(rest, 2 * read_size_);
             if (!enlarge(buf, larger)) {
                 return 1;
             }
@@ -70,6 +73,13 @@ class kx_newline_split {
     }
 
   private:
+    /// What has been read is read again, so a record that is long already makes a longer step. It may go to the limit
+    /// of a record, since what is longer was refused.
+    [[nodiscard]] kx_i64 next_step() const {
+        constexpr kx_i64 kLong = 64 << 20;
+        return std::min((read_size_ < kLong ? 2 : 4) * read_size_, kx_longest_record());
+    }
+
     bool enlarge(char *&buf, kx_i64 size) {
         if (size <= buffer_size_) {
             return true;

@@ -12,6 +12,7 @@
 //   complete(buf, got)     the chunk's length after a read of `got` bytes (may end the data with a newline code and
 //                          move the buffer), or -1 with a message
 //   index(buf, length)     the index of the chunk, or null with a message
+//   ended()                nothing more may be read: what an input has grown by behind a short read is left alone
 //   settle(in, buf, length)  lets the next read begin with a record that the chunk's end has cut; 0, or 1
 //   release_locators()     gives back what the index built besides the list
 //   position()             the format's write position in the temporary file
@@ -64,7 +65,7 @@ template <class Format> int kx_split_sort(Format format, kx_stream &in, kx_strea
         return kx_fail(msg::kSplitBuffer, format.read_size() / 1024);
     }
     for (;;) {
-        const kx_i64 got = kx_stream_read(in, buf, format.read_size());
+        const kx_i64 got = format.ended() ? 0 : kx_stream_read(in, buf, format.read_size());
         if (got <= 0) {
             kx_qfree(memPool, buf);
             return got < 0 ? kx_fail(msg::kReadSplitInput) : 0;

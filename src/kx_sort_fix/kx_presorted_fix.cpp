@@ -65,10 +65,17 @@ class FixedPresorted : public kx_fixed_runs {
         return keeps_every_record() ? std::max(whole, length_) : whole;
     }
 
+    /// Where nothing is read: the input has become shorter, or it was empty and so has no buffer, and is not any more.
+    static bool is_another_size(UnitDataInfo &run) {
+        char probe = 0;
+        return run.offset < run.fileInfo->size ||
+               (run.bufSize == 0 && kx_stream_read(run.fileInfo->file, &probe, 1) != 0);
+    }
+
     /// Reads the next records into the buffer.
     kx_next fill(UnitDataInfo &run) const {
         const kx_i64 got = kx_stream_read(run.fileInfo->file, run.buf, run.bufSize);
-        if (got < 0 || (got == 0 && keeps_every_record() && run.offset < run.fileInfo->size)) { // it has become shorter
+        if (got < 0 || (got == 0 && keeps_every_record() && is_another_size(run))) {
             kx_say(msg::kReadMergeInput);
             return kx_next::failed;
         }

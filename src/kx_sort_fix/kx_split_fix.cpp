@@ -32,6 +32,7 @@ class FixedSplit {
         return chunk_;
     }
 
+    static bool ended() { return false; }
     static kx_list *index(const char *buf, kx_i64 length) { return _kx_get_indexList(buf, length); }
     static int settle(const kx_stream & /*in*/, const char * /*buf*/, kx_i64 /*length*/) { return 0; }
     static void release_locators() {}
