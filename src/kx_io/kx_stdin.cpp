@@ -135,7 +135,7 @@ class Chunks {
     }
 
     [[nodiscard]] bool within_limit() const {
-        const bool within = capacity_ < kLongestRecord || !keeps_every_record();
+        const bool within = capacity_ < kx_longest_record();
         if (!within) {
             kx_say(msg::kInvalidRecordLength);
         }

@@ -9,12 +9,20 @@ template <class... Args> int fail_by_format(const kx_message<Args...> &message, 
     return kx_fail(kx_record_format() == kx_format::fixed ? message : message.japanese_only(), args...);
 }
 
+/// By design all buffers grow with the longest record. In complete mode, where it may be of any length, only to so
+/// much: a block with a longer one is enlarged when it comes to it.
+kx_i64 enlarged(kx_i64 share, kx_i64 longest) {
+    constexpr kx_i64 kFairShare = 32768;
+    const kx_i64 size = multiply_saturating(longest, 4);
+    return keeps_every_record() ? std::max(share, std::min(size, kFairShare)) : size;
+}
+
 } // namespace
 
 kx_i64 kx_choose_block_buffer(kx_i64 share, kx_i64 longest) {
     kx_i64 size = share;
     if (size < longest) {
-        size = multiply_saturating(longest, 4);
+        size = enlarged(share, longest);
         kx_trace(msg::kBlockBufferTooSmall, share, longest);
         kx_trace(msg::kBlockBufferEnlarged, size);
     }

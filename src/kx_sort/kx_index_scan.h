@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <limits>
 
 #include "kx_io/kx_error_file.h"
 #include "kx_list/kx_list.h"
@@ -16,16 +17,22 @@ namespace orkan {
 /// An unterminated rest of this many bytes is no record any more.
 inline constexpr kx_i64 kLongestTail = 655359;
 
-/// What is longer than this is no record, wherever buffers grow with it.
+/// What is longer than this, with its newline code, is no record in complete mode, and by default where the buffer of a
+/// presorted input would have to grow for it.
 inline constexpr kx_i64 kLongestRecord = kx_i64{1} << 30;
 
 /// Locators that an index has room for at first.
 inline constexpr kx_i64 kFirstLocators = 1024;
 
+/// The longest record: in complete mode the same along every path.
+inline kx_i64 kx_longest_record() {
+    return keeps_every_record() ? kx_record_bytes(kLongestRecord) : std::numeric_limits<kx_i64>::max();
+}
+
 /// The longest unterminated rest that the index of a buffer may leave. In complete mode none when no more data follow,
 /// as only an unbalanced quote leaves one, and else any part of a record.
 inline kx_i64 kx_longest_tail(bool at_end) {
-    return !keeps_every_record() ? kLongestTail : at_end ? 0 : kLongestRecord;
+    return !keeps_every_record() ? kLongestTail : at_end ? 0 : kx_longest_record() - argsInfo.sep_len;
 }
 
 /// A pool block for locators; none to begin with.

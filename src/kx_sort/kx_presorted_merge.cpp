@@ -12,7 +12,7 @@ namespace {
 /// Bytes up to which a buffer grows for a long record: what the run may use, so that an input without newline codes is
 /// not read whole.
 kx_i64 longest_buffer() {
-    return keeps_every_record() ? kLongestRecord
+    return keeps_every_record() ? kx_longest_record()
                                 : std::min(std::max(argsInfo.totalMemSize, kDefaultPoolSize), kLongestRecord);
 }
 

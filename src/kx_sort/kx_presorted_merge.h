@@ -93,6 +93,12 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
         }
     }
 
+    /// By default the buffer grows for a cut record, up to a limit of its own.
+    kx_i64 longest_rest(const UnitDataInfo &run) {
+        const bool ended = input(run).ended;
+        return ended || keeps_every_record() ? kx_longest_tail(ended) : run.bufSize;
+    }
+
     /// Reads on until there are records, for a buffer may hold nothing but short ones.
     kx_next refill(UnitDataInfo &run, const kx_message<> &failure) {
         do {
@@ -106,8 +112,7 @@ template <class Format> class kx_presorted_merge : public kx_presorted_runs {
             if (run.bufSize == 0) { // nothing left to index
                 return kx_next::exhausted;
             }
-            kx_list *list = Format::index(run.buf, run.bufSize, input(run).ended ? kx_longest_tail(true) : run.bufSize,
-                                          input(run).memory);
+            kx_list *list = Format::index(run.buf, run.bufSize, longest_rest(run), input(run).memory);
             if (list == nullptr) {
                 return kx_next::failed;
             }

@@ -17,6 +17,7 @@ using Fields = kx_locators<KeyInfo_csv>;
 /// Finds all terminated records; bufDealedSize becomes the bytes they take.
 bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const kx_i64 longest = kx_longest_record();
     const char *cursor = block;
     const char *input_end = block + kx_input_end(0, size);
     kx_code_scan codes({block, size}, block + size, sep, true, argsInfo.quote);
@@ -25,6 +26,9 @@ bool scan_records(Records &records, const char *block, kx_i64 size, kx_i64 longe
             return false;
         }
         const char *end = match + sep.len;
+        if (end - cursor > longest) { // it is left over, and longer than what may be
+            break;
+        }
         if (end >= input_end) {
             if (end > input_end) { // an unbalanced quote would glue it to a record of the next input
                 break;

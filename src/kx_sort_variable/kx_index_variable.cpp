@@ -16,6 +16,7 @@ kx_i64 extrapolated(const Locators &locators, kx_i64 size, kx_i64 consumed) {
 /// Finds all terminated records; bufDealedSize becomes the bytes they take.
 bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 longest_tail) {
     const Bytes sep{argsInfo.sep, argsInfo.sep_len};
+    const kx_i64 longest = kx_longest_record();
     const char *cursor = block;
     kx_code_scan codes({block, size}, block + size, sep, false, '\0');
     while (const char *match = codes.next()) {
@@ -23,6 +24,9 @@ bool scan_records(Locators &locators, const char *block, kx_i64 size, kx_i64 lon
             return false;
         }
         const char *end = match + sep.len;
+        if (end - cursor > longest) { // it is left over, and longer than what may be
+            break;
+        }
         locators.add({static_cast<std::int32_t>(end - cursor), cursor});
         cursor = end;
     }
