@@ -11,11 +11,12 @@ namespace {
 
 constexpr kx_i64 kErrorBufferSize = 65536;
 
-/// Opening it would empty an input that may still have to be read, or the output.
+/// Opening it would empty an input that may still have to be read, the output or the temporary file.
 bool is_in_use(const char *path) {
     const bool standard_output = argsInfo.outFile.path == nullptr && kx_is_standard_output(path);
     const bool standard_input = argsInfo.inFileNums == 0 && kx_is_standard_input(path);
-    bool in_use = standard_output || standard_input || (outFile.open && kx_same_file(argsInfo.outFile.path, path));
+    bool in_use = standard_output || standard_input || (outFile.open && kx_same_file(argsInfo.outFile.path, path)) ||
+                  (temporaryFile.exists && kx_same_file(argsInfo.tmpFile.path, path));
     for (kx_i64 i = 0; !in_use && i < argsInfo.inFileNums; ++i) {
         in_use = kx_same_file(argsInfo.arrInFile[i].path, path);
     }

@@ -44,12 +44,23 @@ int refuse(int fd) {
     return -1;
 }
 
-/// Locks and empties a file that existed before; -1, closed, when a live run has it or the path leads elsewhere now.
+/// The run still has to read the file, or has written records into it.
+bool is_needed(const kx_status &file) {
+    kx_status other{};
+    bool needed = argsInfo.inFileNums == 0 && kx_status_of(STDIN_FILENO, other) && kx_same_file(file, other);
+    needed = needed || (errFile.open && kx_status_of(errFile.fd, other) && kx_same_file(file, other));
+    for (kx_i64 i = 0; !needed && i < argsInfo.inFileNums; ++i) {
+        needed = kx_status_of(argsInfo.arrInFile[i].path, other) && kx_same_file(file, other);
+    }
+    return needed;
+}
+
+/// Locks and empties a file that existed before; -1, closed, when it is needed, a live run has it or the path leads
+/// elsewhere now.
 int take_over(int fd, const char *path) {
     kx_status status{};
-    const bool taken =
-        kx_status_of(fd, status) && lock(fd) && leads_to(path, fd) && (!S_ISREG(status.st_mode) || set_empty(fd));
-    return taken ? fd : refuse(fd);
+    const bool free = kx_status_of(fd, status) && !is_needed(status) && lock(fd) && leads_to(path, fd);
+    return free && (!S_ISREG(status.st_mode) || set_empty(fd)) ? fd : refuse(fd);
 }
 
 int follow_link(const char *path, const kx_status &link) {

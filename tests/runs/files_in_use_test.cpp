@@ -2,6 +2,7 @@
 // may not be written to.
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
@@ -9,7 +10,9 @@
 #include <vector>
 
 #include "orkan/orkan.h"
+#include "support/complete_both.h"
 #include "support/run.h"
+#include "support/small_sizes.h"
 #include "support/texts.h"
 
 namespace {
@@ -163,6 +166,57 @@ TEST(InputFile, ThatHidesItsSizeIsRefused) {
     const Outcome o = box.run({.args = {"-A", "/proc/cpuinfo"}});
     EXPECT_EQ(o.status, 1);
     EXPECT_NE(o.err.find("☆ Input file 1 [/proc/cpuinfo] is not a regular file!\n"), string::npos);
+}
+
+// The temporary path, which has the process's number in it.
+
+/// In the process of a run: a file there, with that link to it.
+void plant(const Box &box, const string &data, const string &link) {
+    const string path = box.path("tmp/orkan_" + std::to_string(getpid()) + ".tmp");
+    if (!data.empty()) {
+        std::ofstream(path) << data;
+    }
+    if (symlink(path.c_str(), box.path(link).c_str()) != 0) {
+        abort();
+    }
+}
+
+TEST(TemporaryFile, IsNoneOfTheInputs) {
+    const string data = numbered(0, 200, 1);
+    for (const bool complete : {false, true}) {
+        for (const bool named : {false, true}) {
+            const Box box;
+            const std::vector<string> by_name{"-A", "-O", "out", "-W1", "in"}, by_stream{"-A", "-O", "out"};
+            const Outcome o = box.run({.args = named ? by_name : by_stream, .before = [&] {
+                                           choose_mode(complete);
+                                           shrink_sizes();
+                                           plant(box, data, "in");
+                                           if (!named) {
+                                               stream_is(STDIN_FILENO, box.path("in"), O_RDONLY)();
+                                           }
+                                       }});
+            EXPECT_EQ(o.status, 1);
+            EXPECT_NE(o.err.find("☆ Failed to create temporary file ["), string::npos) << o.err;
+            EXPECT_EQ(box.read("in"), data) << (named ? "named" : "standard input");
+        }
+    }
+}
+
+TEST(TemporaryFile, IsNotTheErrorFile) {
+    for (const std::vector<string> &format : {std::vector<string>{"-K0,3"}, {"-C", "-K2"}}) {
+        for (const string &there : {string(), string("leftover")}) {
+            const Box box;
+            box.write("in", "abcd\nx\ny\nefgh\n");
+            std::vector<string> args = format;
+            args.insert(args.end(), {"-W1", "-E", "errors", "-O", "out", "in"});
+            const Outcome o = box.run({.args = args, .before = [&] {
+                                           choose_mode(true);
+                                           plant(box, there, "errors");
+                                       }});
+            EXPECT_EQ(o.status, 1) << "the records that are too short would go with the temporary file";
+            EXPECT_EQ(box.files().find(".tmp"), string::npos) << box.files();
+        }
+    }
 }
 
 TEST(Arguments, ThatNeedNoTrimmingMayBeLiterals) {
