@@ -182,7 +182,7 @@ int kx_map_input(char *&buf) {
 }
 
 int kx_check_input() {
-    if (!kx_mapping_damaged(!keeps_every_record())) {
+    if (!kx_mapping_damaged(keeps_every_record())) {
         return 0;
     }
     const bool whole = !has_header(); // Kept: Japanese everywhere, as where it is loaded.

@@ -23,7 +23,8 @@ struct mapping {
     kx_i64 bytes = 0;      ///< of the file
     kx_i64 whole = 0;      ///< with the room behind them, in whole pages
     int fd = -1;
-    struct timespec written {}; ///< when the file was, the last time
+    struct timespec written {
+    }, changed{};               ///< when the file was, the last time; the second one nobody can set
     struct sigaction before {}; ///< of SIGBUS
 };
 mapping mapped;
@@ -116,11 +117,9 @@ bool populate() {
 }
 
 /// A regular file of that size, whose pages are not larger than those that are reserved for it.
-bool can_be_mapped(int fd, kx_i64 bytes, struct timespec &written) {
-    kx_status status{};
-    const bool known = kx_status_of(fd, status);
-    written = status.st_mtim;
-    return known && S_ISREG(status.st_mode) && status.st_size == bytes && status.st_blksize < kHugePage;
+bool can_be_mapped(int fd, kx_i64 bytes, kx_status &status) {
+    return kx_status_of(fd, status) && S_ISREG(status.st_mode) && status.st_size == bytes &&
+           status.st_blksize < kHugePage;
 }
 
 /// Then a missing page would end the process.
@@ -138,9 +137,9 @@ bool is_same_time(const struct timespec &a, const struct timespec &b) {
 char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room) {
     kx_unmap();
     const kx_i64 whole = whole_pages(add_saturating(bytes, room));
-    struct timespec written {};
+    kx_status status{};
     if (bytes <= 0 || is_signal_blocked() || kx_fault(kx_site::allocate, whole) ||
-        !can_be_mapped(in.fd, bytes, written)) {
+        !can_be_mapped(in.fd, bytes, status)) {
         return nullptr;
     }
     void *reserved = mmap(nullptr, to_size(with_slack(whole)), kReadWrite, kPrivate, -1, 0);
@@ -153,12 +152,13 @@ char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room) {
               .bytes = bytes,
               .whole = whole,
               .fd = fd,
-              .written = written,
+              .written = status.st_mtim,
+              .changed = status.st_ctim,
               .before = {}};
     damaged = 0;
     catch_missing_pages();
     // Reading may take long; a file that has changed by then is loaded, which tells what is to be told.
-    if (mapped.fd < 0 || !map_file(mapped.fd, bytes) || !populate() || kx_mapping_damaged(false)) {
+    if (mapped.fd < 0 || !map_file(mapped.fd, bytes) || !populate() || kx_mapping_damaged(true)) {
         kx_unmap();
         return nullptr;
     }
@@ -177,15 +177,16 @@ void kx_unmap() {
     mapped = {};
 }
 
-bool kx_mapping_damaged(bool may_grow) {
+bool kx_mapping_damaged(bool strictly) {
     if (mapped.begin == nullptr) {
         return false;
     }
     kx_status status{};
     const bool known = kx_status_of(mapped.fd, status);
     const bool untouched = status.st_size == mapped.bytes && is_same_time(status.st_mtim, mapped.written);
-    const bool grown = status.st_size > mapped.bytes;
-    return damaged != 0 || !known || !(untouched || (may_grow && grown));
+    const bool harmless = strictly ? untouched && is_same_time(status.st_ctim, mapped.changed)
+                                   : untouched || status.st_size > mapped.bytes;
+    return damaged != 0 || !known || !harmless;
 }
 
 bool kx_is_mapped(const char *at) {

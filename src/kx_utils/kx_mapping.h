@@ -23,9 +23,9 @@ char *kx_map(const kx_stream &in, kx_i64 bytes, kx_i64 room);
 /// Ends it; nothing where no file is mapped. SIGBUS goes where it went before.
 void kx_unmap();
 
-/// A file is mapped, and has lost bytes, was written to, or nobody can tell. Where it `may_grow`, a file that is longer
-/// now counts as written to behind its end only.
-bool kx_mapping_damaged(bool may_grow);
+/// A file is mapped, and has lost bytes, was written to, or nobody can tell. Unless `strictly` one that is longer now
+/// counts as written to behind its end only, and one whose time of writing was set back as untouched.
+bool kx_mapping_damaged(bool strictly);
 
 /// The byte is among those mapped.
 bool kx_is_mapped(const char *at);

@@ -58,7 +58,7 @@ TEST_F(Mapping, HoldsTheBytesOfTheFileAndRoomBehindThem) {
             ASSERT_NE(at, nullptr);
             std::fill_n(at + size, room, '!');
             EXPECT_EQ(string(at, size + room), pattern(size) + string(room, '!'));
-            EXPECT_FALSE(kx_mapping_damaged(true));
+            EXPECT_FALSE(kx_mapping_damaged(false));
             kx_stream_clear(s);
         }
     }
@@ -78,7 +78,7 @@ TEST_F(Mapping, OutlivesTheHandleAndTheName) {
     ASSERT_EQ(unlink(box.path("in").c_str()), 0);
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(string(at, 3 * kPage), pattern(3 * kPage));
-    EXPECT_FALSE(kx_mapping_damaged(true));
+    EXPECT_FALSE(kx_mapping_damaged(false));
 }
 
 TEST_F(Mapping, KnowsItsBytes) {
@@ -166,12 +166,12 @@ TEST_F(Mapping, HasZeroBytesWhereTheFileLostItsOwn) {
     char *at = map(pattern(5 * kPage));
     resize_to(2 * kPage);
     ASSERT_NE(at, nullptr);
-    EXPECT_TRUE(kx_mapping_damaged(true)) << "even untouched";
+    EXPECT_TRUE(kx_mapping_damaged(false)) << "even untouched";
     EXPECT_EQ(string(at, 2 * kPage), pattern(2 * kPage));
     EXPECT_EQ(at[4 * kPage], 0) << "the first touch";
     EXPECT_EQ(string(at + 2 * kPage, 3 * kPage), string(3 * kPage, '\0'));
     std::fill_n(at + 5 * kPage, 2, '!');
-    EXPECT_TRUE(kx_mapping_damaged(true));
+    EXPECT_TRUE(kx_mapping_damaged(false));
 }
 
 TEST_F(Mapping, RemembersALossThatWasMadeUpFor) {
@@ -183,24 +183,37 @@ TEST_F(Mapping, RemembersALossThatWasMadeUpFor) {
     EXPECT_EQ(at[0], 0);
     box.write("in", pattern(5 * kPage));
     age();
-    EXPECT_TRUE(kx_mapping_damaged(true)) << "though size and time are what they were";
+    EXPECT_TRUE(kx_mapping_damaged(false)) << "though size and time are what they were";
     kx_unmap();
-    EXPECT_FALSE(kx_mapping_damaged(true)) << "nothing is mapped";
+    EXPECT_FALSE(kx_mapping_damaged(false)) << "nothing is mapped";
     EXPECT_NE(map("abc"), nullptr);
-    EXPECT_FALSE(kx_mapping_damaged(true)) << "another file";
+    EXPECT_FALSE(kx_mapping_damaged(false)) << "another file";
+}
+
+TEST_F(Mapping, IsStrictlyDamagedWhereTheTimeOfWritingWasSetBack) {
+    open_for_reading(pattern(kPage));
+    age();
+    usleep(20000); // to the next tick of the file system's clock
+    const char *at = kx_map(s, to_i64(kPage), 0);
+    ASSERT_NE(at, nullptr);
+    EXPECT_FALSE(kx_mapping_damaged(true));
+    box.write("in", string(kPage, 'x'));
+    age();
+    EXPECT_FALSE(kx_mapping_damaged(false));
+    EXPECT_TRUE(kx_mapping_damaged(true));
 }
 
 TEST_F(Mapping, NoticesALossWithinTheLastPage) {
     ASSERT_NE(map(pattern(kPage + 100)), nullptr);
     resize_to(kPage + 99);
-    EXPECT_TRUE(kx_mapping_damaged(true));
+    EXPECT_TRUE(kx_mapping_damaged(false));
 }
 
 TEST_F(Mapping, IsNotDamagedByGrowth) {
     const char *at = map(pattern(kPage));
     resize_to(3 * kPage);
-    EXPECT_FALSE(kx_mapping_damaged(true));
-    EXPECT_TRUE(kx_mapping_damaged(false)) << "unless it must not grow";
+    EXPECT_FALSE(kx_mapping_damaged(false));
+    EXPECT_TRUE(kx_mapping_damaged(true)) << "unless it must not grow";
     ASSERT_NE(at, nullptr);
     EXPECT_EQ(string(at, kPage), pattern(kPage));
 }
@@ -209,9 +222,9 @@ TEST_F(Mapping, IsDamagedByBytesThatChangeInTheirPlace) {
     open_for_reading(pattern(kPage));
     age();
     ASSERT_NE(kx_map(s, to_i64(kPage), 0), nullptr);
-    EXPECT_FALSE(kx_mapping_damaged(true));
+    EXPECT_FALSE(kx_mapping_damaged(false));
     box.write("in", string(kPage, 'x'));
-    EXPECT_TRUE(kx_mapping_damaged(true));
+    EXPECT_TRUE(kx_mapping_damaged(false));
 }
 
 void append_a_byte(const string &path) {
@@ -251,7 +264,7 @@ TEST_F(Mapping, LeavesOtherSignalsToTheHandlerThatWasThere) {
         if (std::signal(SIGBUS, count_signal) == SIG_ERR || map("abc") == nullptr || raise(SIGBUS) != 0) {
             return 1;
         }
-        if (caught != 1 || kx_mapping_damaged(true)) {
+        if (caught != 1 || kx_mapping_damaged(false)) {
             return 2;
         }
         kx_unmap();
@@ -264,7 +277,7 @@ TEST_F(Mapping, LeavesOtherSignalsToTheHandlerThatWasThere) {
         resize_to(0);
         const char *at = map(pattern(kPage)); // what was mapped before is not any more
         resize_to(0);
-        return caught == 11 && *at == 0 && kx_mapping_damaged(true) ? kAllWell : 4;
+        return caught == 11 && *at == 0 && kx_mapping_damaged(false) ? kAllWell : 4;
     });
     EXPECT_EQ(o.ending, Ending::returned);
     EXPECT_EQ(o.status, kAllWell);
@@ -278,7 +291,7 @@ TEST_F(Mapping, GoesOnWhereOtherSignalsAreIgnored) {
             return 1;
         }
         resize_to(0);
-        return *at == 0 && kx_mapping_damaged(true) ? kAllWell : 2;
+        return *at == 0 && kx_mapping_damaged(false) ? kAllWell : 2;
     });
     EXPECT_EQ(o.ending, Ending::returned);
     EXPECT_EQ(o.status, kAllWell);
