@@ -14,6 +14,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import threading
 from collections.abc import Iterator, Sequence
 from typing import BinaryIO
 
@@ -30,7 +31,10 @@ STANDARD_ERROR = 2
 CALLERS_SIGNALS = (signal.SIGINT, signal.SIGQUIT, signal.SIGHUP, signal.SIGTERM)
 
 # With these an interpreter adds lines to the messages, or does not end.
-TALKATIVE = ("PYTHONVERBOSE", "PYTHONINSPECT")
+TALKATIVE = ("PYTHONVERBOSE", "PYTHONINSPECT", "PYTHONMALLOCSTATS")
+
+# Standard error and environment belong to the whole process.
+IN_PROCESS = threading.Lock()
 
 # Read by the library when a run starts.
 COMPLETE = "ORKAN_COMPLETE"
@@ -98,7 +102,12 @@ def _messages(standard_error: BinaryIO) -> list[str]:
 
 
 def _in_this_process(arguments: list[str], how: How, standard_error: BinaryIO) -> int:
-    """The file stands for the standard error of the whole process meanwhile."""
+    """The file stands for the standard error of the whole process meanwhile, so that one thread at a time sorts."""
+    with IN_PROCESS:
+        return _with_standard_error(arguments, how, standard_error)
+
+
+def _with_standard_error(arguments: list[str], how: How, standard_error: BinaryIO) -> int:
     with contextlib.suppress(AttributeError, ValueError, OSError):  # there may be none, or a closed one
         sys.stderr.flush()
     kept = None

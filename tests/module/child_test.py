@@ -91,7 +91,7 @@ class Child(BoxTest):
                 self.assertEqual(orkan.sort("in", temp_dir=self.temp), b"a\nb\n")
 
     def test_an_environment_that_makes_interpreters_talk(self):
-        for name in "PYTHONVERBOSE", "PYTHONINSPECT":
+        for name in "PYTHONVERBOSE", "PYTHONINSPECT", "PYTHONMALLOCSTATS":
             with self.subTest(name), mock.patch.dict(os.environ, {name: "1", "LANG": "C"}):
                 self.assertEqual(orkan.sort("in", temp_dir=self.temp), b"a\nb\n")
                 self.assertEqual(list(self.failure().messages), FAILURE)
