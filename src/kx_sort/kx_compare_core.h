@@ -49,7 +49,8 @@ inline kx_i64 number_at(Bytes key, kx_i64 limit, const char *end) {
     if (key.ptr == nullptr) {
         return 0;
     }
-    return orders_alike() ? atol2_within(key.ptr, key.len, key.ptr + key.len) : atol2_within(key.ptr, limit, end);
+    return numbers_end_with_keys() ? atol2_within(key.ptr, key.len, key.ptr + key.len)
+                                   : atol2_within(key.ptr, limit, end);
 }
 
 // ---- Order by sort keys ------------------------------------------------------------------------------------------

@@ -59,11 +59,12 @@ template <class View> bool kx_same_key_bytes(const View &a, const View &b) {
     return true;
 }
 
-/// Not so of numbers that go on behind their key, as they may unless all paths order alike.
+/// Not so of numbers that go on behind their key.
 inline bool kx_same_bytes_are_same_keys() {
     const auto is_text = [](const KeyInfo &key) { return key.type != kTypeNum; };
     const KeyInfo *keys = argsInfo.arrSortKey;
-    return argsInfo.bRecSort != kRecSortNone || orders_alike() || std::all_of(keys, keys + argsInfo.keyNums, is_text);
+    return argsInfo.bRecSort != kRecSortNone || numbers_end_with_keys() ||
+           std::all_of(keys, keys + argsInfo.keyNums, is_text);
 }
 
 /// Asks the memory system for the first and the last of the bytes.

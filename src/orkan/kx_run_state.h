@@ -38,6 +38,8 @@ void kx_read_complete_mode();
 inline bool keeps_every_record() { return completeMode; }
 /// ... and every path orders records alike.
 inline bool orders_alike() { return completeMode; }
+/// ... whose numbers end with their keys.
+inline bool numbers_end_with_keys() { return completeMode; }
 /// Then under -U an empty numeric CSV column is a key of its own.
 inline bool tells_empty_from_zero() { return completeMode && argsInfo.bUnique != 0; }
 
