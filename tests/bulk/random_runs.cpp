@@ -2,10 +2,10 @@
 //
 //   random_runs FIRST COUNT      runs number FIRST to FIRST + COUNT - 1; 0 when none differs
 //
-// The number decides everything: format, records, keys, options, path, sizes of budget, pool and buffers, and whether a
-// file sorted in memory is mapped. Every eighth run is repeated verbosely and must give the same bytes; every fourth is
-// in complete mode. A difference is shown with its number and arguments, and its files stay in the folder that is
-// named.
+// The number decides everything: format, records, keys, options, path, sizes of budget, pool and buffers, whether a
+// file sorted in memory is mapped, and in complete mode, every fourth run, which inputs are pipes. Each run is repeated
+// verbosely and must give the same bytes. A difference is shown with its number and arguments, and its files stay in
+// the folder that is named.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -24,6 +24,7 @@
 #include "orkan/kx_run_state.h"
 #include "orkan/orkan.h"
 #include "support/complete_model.h"
+#include "support/feeder.h"
 
 namespace {
 
@@ -37,7 +38,8 @@ enum class Path { in_memory, split, standard_input, presorted };
 struct Run {
     CompleteTask task;
     Path path = Path::in_memory;
-    bool complete = false, verbosely_too = false;
+    bool complete = false;
+    std::vector<bool> piped = {}; ///< which inputs are
     bool output_file = true, error_file = true;
     string memory = {}; ///< the option
     orkan::kx_small_sizes sizes{};
@@ -134,12 +136,19 @@ string memory_option(Path path, std::mt19937 &random) {
     return (is_small ? small : large)[below(random, 5)];
 }
 
+/// Without complete mode pipes are refused.
+void choose_pipes(Run &run, std::mt19937 &random) {
+    const bool any = run.complete && run.path != Path::standard_input && below(random, 3) == 0;
+    for (std::size_t i = 0; i < run.task.inputs.size(); ++i) {
+        run.piped.push_back(any && flip(random));
+    }
+}
+
 Run run_of(unsigned number) {
     std::mt19937 random(number);
     Run run{.task = {.job = random_job(random, kFormats[below(random, 3)]), .inputs = {}},
             .path = static_cast<Path>(below(random, 4)),
-            .complete = below(random, 4) == 0,
-            .verbosely_too = below(random, 8) == 0};
+            .complete = below(random, 4) == 0};
     vary_columns(run.task.job, random);
     if (run.complete) {
         vary_numbers(run.task.job, random);
@@ -154,6 +163,7 @@ Run run_of(unsigned number) {
     if (run.path == Path::presorted) {
         run.task.inputs = presorted_inputs(run.task);
     }
+    choose_pipes(run, random);
     return run;
 }
 
@@ -210,8 +220,10 @@ std::vector<string> arguments_of(const Run &run, bool verbose) {
 }
 
 Result result_of(const Run &run, bool verbose) {
+    PipedInputs pipes;
     for (std::size_t i = 0; i < run.task.inputs.size(); ++i) {
-        write_file("in" + std::to_string(i), run.task.inputs[i]);
+        const string name = "in" + std::to_string(i);
+        run.piped[i] ? pipes.add(name, run.task.inputs[i]) : write_file(name, run.task.inputs[i]);
     }
     for (const char *name : {"out", "errors", "shown", "said"}) {
         write_file(name, "");
@@ -295,7 +307,7 @@ string complaint_about(const Run &run) {
     if (string complaint = complaint_about(result, run, expected_of(run)); !complaint.empty()) {
         return complaint;
     }
-    if (run.verbosely_too && !is_same(result_of(run, true), result, run)) {
+    if (!is_same(result_of(run, true), result, run)) {
         return "verbosely it gives something else";
     }
     return fs::is_empty("tmp") ? "" : "a temporary file is left";

@@ -1,6 +1,7 @@
 #include "support/fault_case.h"
 
 #include <algorithm>
+#include <initializer_list>
 
 #include "kx_sort/kx_budget.h"
 
@@ -52,7 +53,9 @@ std::vector<Record> sorted(std::vector<Record> records) {
 
 std::size_t inputs_of(const FaultCase &c) {
     switch (c.route) {
-    case Route::presorted: return 3;
+    case Route::presorted:
+    case Route::pipes:
+    case Route::presorted_pipes: return 3;
     case Route::in_memory:                        // goes the other way for want of memory
     case Route::split: return c.complete ? 2 : 1; // by design the blocks of several get mixed up
     default: return 1;
@@ -73,7 +76,8 @@ string joined(const std::vector<Record> &records, bool unique) {
 
 string FaultCase::name() const {
     static const char *const formats[] = {"fixed", "lines", "csv"};
-    static const char *const routes[] = {"in_memory", "mapped", "split", "one_chunk", "chunks", "presorted"};
+    static const char *const routes[] = {"in_memory", "mapped",    "split", "one_chunk",
+                                         "chunks",    "presorted", "pipes", "presorted_pipes"};
     static const char *const wishes[] = {"plain", "stable", "unique"};
     const int kind = format == kx_format::fixed ? 0 : format == kx_format::csv ? 2 : 1;
     return string(formats[kind]) + "_" + routes[static_cast<int>(route)] + "_" + wishes[static_cast<int>(wish)] +
@@ -82,16 +86,20 @@ string FaultCase::name() const {
 
 std::vector<FaultCase> all_fault_cases() {
     std::vector<FaultCase> cases;
-    for (const bool complete : {false, true}) {
+    const auto add = [&](bool complete, std::initializer_list<Route> routes) {
         for (const kx_format format : {kx_format::fixed, kx_format::variable, kx_format::csv}) {
-            for (const Route route :
-                 {Route::in_memory, Route::mapped, Route::split, Route::one_chunk, Route::chunks, Route::presorted}) {
+            for (const Route route : routes) {
                 for (const Wish wish : {Wish::plain, Wish::stable, Wish::unique}) {
                     cases.push_back({format, route, wish, complete, static_cast<int>(cases.size())});
                 }
             }
         }
+    };
+    for (const bool complete : {false, true}) {
+        add(complete,
+            {Route::in_memory, Route::mapped, Route::split, Route::one_chunk, Route::chunks, Route::presorted});
     }
+    add(true, {Route::pipes, Route::presorted_pipes});
     return cases;
 }
 
@@ -104,7 +112,7 @@ FaultData data_of(const FaultCase &c) {
     for (std::size_t i = 0; i < count; ++i) {
         const auto first = records.begin() + static_cast<std::ptrdiff_t>(i * share);
         std::vector<Record> mine(first, first + static_cast<std::ptrdiff_t>(share));
-        mine = c.route == Route::presorted ? sorted(mine) : mine;
+        mine = c.is_presorted() ? sorted(mine) : mine;
         string bytes = c.has_header() ? kHeader : "";
         for (std::size_t k = 0; k < mine.size(); ++k) {
             const string error =
@@ -133,7 +141,7 @@ std::vector<string> arguments_of(const FaultCase &c, const std::vector<string> &
     add(c.has_header(), {"-H"});
     add(c.wish == Wish::stable, {"-S"});
     add(c.wish == Wish::unique, {"-U"});
-    add(c.route == Route::presorted, {"-M"});
+    add(c.is_presorted(), {"-M"});
     add(c.route == Route::split, {"-W1"});
     add(c.route == Route::chunks && c.wish == Wish::stable, {"-W100m"}); // more than the default, to fall back from
     add(c.has_output(), {"-O", "out"});

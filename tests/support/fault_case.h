@@ -11,7 +11,7 @@
 
 namespace support {
 
-enum class Route { in_memory, mapped, split, one_chunk, chunks, presorted };
+enum class Route { in_memory, mapped, split, one_chunk, chunks, presorted, pipes, presorted_pipes };
 enum class Wish { plain, stable, unique };
 
 struct FaultCase {
@@ -29,6 +29,9 @@ struct FaultCase {
         return (place() + static_cast<int>(format) + (complete ? 2 : 0)) % 4 == 1;
     }
     [[nodiscard]] bool from_standard_input() const { return route == Route::one_chunk || route == Route::chunks; }
+    /// Each second input, the first one included, is a pipe.
+    [[nodiscard]] bool has_pipes() const { return route == Route::pipes || route == Route::presorted_pipes; }
+    [[nodiscard]] bool is_presorted() const { return route == Route::presorted || route == Route::presorted_pipes; }
     [[nodiscard]] bool closes_input() const { return !from_standard_input() && number % 5 == 2; }
     [[nodiscard]] bool has_header() const { return complete && format == orkan::kx_format::csv; }
     [[nodiscard]] std::string name() const;
@@ -39,7 +42,7 @@ struct FaultCase {
 
 inline void PrintTo(const FaultCase &c, std::ostream *to) { *to << c.name(); }
 
-/// Every format, route and wish, first by default, then in complete mode.
+/// Every format, route and wish, first by default, then in complete mode, which alone reads pipes.
 std::vector<FaultCase> all_fault_cases();
 
 struct FaultData {

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "orkan/orkan.h"
+#include "support/feeder.h"
 
 namespace support {
 
@@ -91,7 +92,9 @@ class Loop {
         fs::current_path(box.path(""));
         for (std::size_t i = 0; i < data_.inputs.size(); ++i) {
             names_.push_back("in" + std::to_string(i));
-            box.write(names_.back(), data_.inputs[i]);
+            if (!is_pipe(i)) {
+                box.write(names_.back(), data_.inputs[i]);
+            }
         }
         temporary_ = box.path("tmp/orkan_" + std::to_string(getpid()) + ".tmp");
         setenv("ORKAN_COMPLETE", c.complete ? "1" : "0", 1);
@@ -125,6 +128,12 @@ class Loop {
         counting = {refusal, first, 0, kx_site::open, {}, {}};
         Ran ran;
         {
+            PipedInputs pipes;
+            for (std::size_t i = 0; i < names_.size(); ++i) {
+                if (is_pipe(i)) {
+                    pipes.add(names_[i], data_.inputs[i]);
+                }
+            }
             const StandIn input(STDIN_FILENO, case_.from_standard_input() ? "in0" : "/dev/null", O_RDONLY);
             const StandIn output(STDOUT_FILENO, case_.has_output() ? "printed" : "out", kFresh);
             const StandIn messages(STDERR_FILENO, "messages", kFresh);
@@ -136,6 +145,8 @@ class Loop {
         ran.messages = box_.read("messages");
         return ran;
     }
+
+    [[nodiscard]] bool is_pipe(std::size_t input) const { return case_.has_pipes() && input % 2 == 0; }
 
     int call() {
         std::vector<string> texts = arguments_of(case_, names_);
@@ -200,7 +211,7 @@ class Loop {
 
     void judge_surroundings(const Ran &ran) {
         for (std::size_t i = 0; i < names_.size(); ++i) {
-            complain_unless(box_.read(names_[i]) == data_.inputs[i], "changes an input", ran);
+            complain_unless(is_pipe(i) || box_.read(names_[i]) == data_.inputs[i], "changes an input", ran);
         }
         complain_unless(!fs::exists(temporary_) || may_stay(ran), "leaves its temporary file", ran);
         fs::remove(temporary_);

@@ -1,15 +1,20 @@
-// feeder.h: standard input that arrives piece by piece.
+// feeder.h: standard input and pipes that arrive piece by piece.
 #pragma once
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
 namespace support {
 
@@ -52,5 +57,39 @@ inline void feed_in_pieces(const std::string &data, std::size_t piece, unsigned 
     close(ends[0]);
     close(ends[1]);
 }
+
+/// Named pipes, and who writes into them until this ends: a run that fails leaves some unread.
+class PipedInputs {
+  public:
+    PipedInputs() = default;
+    ~PipedInputs() {
+        for (const pid_t writer : writers_) {
+            kill(writer, SIGKILL);
+            waitpid(writer, nullptr, 0);
+        }
+    }
+    PipedInputs(const PipedInputs &) = delete;
+    PipedInputs &operator=(const PipedInputs &) = delete;
+
+    void add(const std::string &name, const std::string &bytes) {
+        unlink(name.c_str());
+        const pid_t reader = getpid();
+        const pid_t writer = mkfifo(name.c_str(), 0600) == 0 ? fork() : -1;
+        if (writer < 0) {
+            std::abort();
+        }
+        if (writer == 0) {
+            die_with(reader);
+            write_pieces(open(name.c_str(), O_WRONLY | O_CLOEXEC), bytes, kPiece, 0);
+            _exit(0);
+        }
+        writers_.push_back(writer);
+    }
+
+  private:
+    static constexpr std::size_t kPiece = 50000; ///< bytes
+
+    std::vector<pid_t> writers_;
+};
 
 } // namespace support
