@@ -19,6 +19,7 @@ class kx_newline_split {
 
     [[nodiscard]] kx_i64 buffer_size() const { return buffer_size_; }
     [[nodiscard]] kx_i64 read_size() const { return read_size_; }
+    [[nodiscard]] kx_i64 held() const { return held_; }
 
     /// After a short read, the input's end, appends a missing newline code.
     kx_i64 complete(char *&buf, kx_i64 got) {
@@ -43,23 +44,26 @@ class kx_newline_split {
     /// In complete mode: a newline code that was appended is the end, or what follows would be half a record.
     [[nodiscard]] bool ended() const { return at_end_ && keeps_every_record(); }
 
-    /// At the input's end an unindexed rest is left alone. A chunk without any whole record would be read again for
-    /// ever: it becomes large enough for the rest of the input. In complete mode, where a record of any length may be
-    /// cut, it grows step by step instead.
+    /// At the input's end an unindexed rest is left alone. A chunk without any whole record is kept and read on: it
+    /// becomes large enough for the rest of the input. In complete mode, where a record of any length may be cut, it
+    /// grows step by step instead.
     int settle(kx_stream &in, char *&buf, kx_i64 length) {
         const kx_i64 cut = length - bufDealedSize;
+        held_ = 0;
         if (cut == 0 || at_end_) {
             return 0;
         }
-        if (bufDealedSize == 0) {
-            const kx_i64 rest = input_size_ + argsInfo.sep_len;
-            const kx_i64 larger = keeps_every_record() ? next_step() : std::max(rest, 2 * read_size_);
-            if (!enlarge(buf, larger)) {
-                return 1;
-            }
-            read_size_ = larger;
+        if (bufDealedSize > 0) {
+            return kx_stream_seek_by(in, -cut) ? 0 : kx_fail(msg::kReadSplitInput);
         }
-        return kx_stream_seek_by(in, -cut) ? 0 : kx_fail(msg::kReadSplitInput);
+        const kx_i64 rest = input_size_ + argsInfo.sep_len;
+        const kx_i64 larger = keeps_every_record() ? next_step() : std::max(rest, 2 * read_size_);
+        if (!enlarge(buf, larger)) {
+            return 1;
+        }
+        read_size_ = larger;
+        held_ = length;
+        return 0;
     }
 
   protected:
@@ -73,12 +77,8 @@ class kx_newline_split {
     }
 
   private:
-    /// What has been read is read again, so a record that is long already makes a longer step. It may go to the limit
-    /// of a record, since what is longer was refused.
-    [[nodiscard]] kx_i64 next_step() const {
-        constexpr kx_i64 kLong = 64 << 20;
-        return std::min((read_size_ < kLong ? 2 : 4) * read_size_, kx_longest_record());
-    }
+    /// To the limit of a record at most; what is longer was refused.
+    [[nodiscard]] kx_i64 next_step() const { return std::min(2 * read_size_, kx_longest_record()); }
 
     bool enlarge(char *&buf, kx_i64 size) {
         if (size <= buffer_size_) {
@@ -94,7 +94,7 @@ class kx_newline_split {
         return true;
     }
 
-    kx_i64 input_size_ = 0, read_size_ = 0, buffer_size_ = 0;
+    kx_i64 input_size_ = 0, read_size_ = 0, buffer_size_ = 0, held_ = 0;
     bool at_end_ = false;
 };
 

@@ -8,7 +8,8 @@
 //
 //   prepare(in)            sizes and their verbose lines; 0, or 1 with a message
 //   buffer_size()          bytes of the chunk buffer
-//   read_size()            bytes asked of each read
+//   read_size()            bytes of a chunk
+//   held()                 of them, those at the buffer's begin that were read before
 //   complete(buf, got)     the chunk's length after a read of `got` bytes (may end the data with a newline code and
 //                          move the buffer), or -1 with a message
 //   index(buf, length)     the index of the chunk, or null with a message
@@ -65,12 +66,13 @@ template <class Format> int kx_split_sort(Format format, kx_stream &in, kx_strea
         return kx_fail(msg::kSplitBuffer, format.read_size() / 1024);
     }
     for (;;) {
-        const kx_i64 got = format.ended() ? 0 : kx_stream_read(in, buf, format.read_size());
-        if (got <= 0) {
+        const kx_i64 held = format.held();
+        const kx_i64 got = format.ended() ? 0 : kx_stream_read(in, buf + held, format.read_size() - held);
+        if (got < 0 || held + got == 0) {
             kx_qfree(memPool, buf);
             return got < 0 ? kx_fail(msg::kReadSplitInput) : 0;
         }
-        if (kx_sort_chunk(format, in, tmp, buf, got) != 0) {
+        if (kx_sort_chunk(format, in, tmp, buf, held + got) != 0) {
             return 1;
         }
     }

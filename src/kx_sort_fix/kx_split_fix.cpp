@@ -22,6 +22,7 @@ class FixedSplit {
 
     [[nodiscard]] kx_i64 buffer_size() const { return chunk_; }
     [[nodiscard]] kx_i64 read_size() const { return chunk_; }
+    static kx_i64 held() { return 0; }
 
     kx_i64 complete(const char * /*buf*/, kx_i64 got) {
         if (got % argsInfo.recLen != 0 && keeps_every_record()) { // the input has grown since it was measured

@@ -24,13 +24,19 @@ FORMATS = {"lines": ["-A"], "csv": ["-C", "-A"], "fixed": ["-L3", "-A"]}
 PATHS = {"memory": ["-W64M"], "split": ["-W1"], "merge": ["-M"], "stdin": None}
 
 
-def bounded():
-    resource.setrlimit(resource.RLIMIT_CPU, (CPU_SECONDS, CPU_SECONDS + 1))
-    resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+def bounded(seconds):
+    """Processor time of the process that is about to start."""
+
+    def limit():
+        resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds + 1))
+        resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+    return limit
 
 
 class Hostile(unittest.TestCase):
-    complete = False  # the mode of all runs that are not asked for another one
+    complete = False  # the mode of all runs
+    cpu_seconds = CPU_SECONDS
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -51,16 +57,16 @@ class Hostile(unittest.TestCase):
         with open(self.path(name), "rb") as file:
             return file.read()
 
-    def environment(self, complete):
-        mode = "1" if complete else "0"
+    def environment(self):
+        mode = "1" if self.complete else "0"
         return {"LANG": "C", "TMPDIR": self.temp, "PATH": os.environ["PATH"], "ORKAN_COMPLETE": mode}
 
-    def run_orkan(self, *args, stdin=b"", complete=None, **how):
+    def run_orkan(self, *args, stdin=b"", **how):
         """Status, standard output and error of a run in the folder; a signal or something left is a failure."""
-        environment = self.environment(self.complete if complete is None else complete)
+        environment = self.environment()
         source = {"input": stdin} if isinstance(stdin, bytes) else {"stdin": stdin}
         done = subprocess.run(
-            [COMMAND, *args], cwd=self.folder, env=environment, capture_output=True, preexec_fn=bounded, timeout=300,
+            [COMMAND, *args], cwd=self.folder, env=environment, capture_output=True, preexec_fn=bounded(self.cpu_seconds), timeout=300,
             check=False, **source, **how,
         )
         self.assertIn(done.returncode, (0, 1), done.stderr[-300:])

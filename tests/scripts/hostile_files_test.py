@@ -142,8 +142,8 @@ class Files(Hostile):
         """The run, and what it leaves in the folder for temporary files."""
         script = plant.replace("{}", "tmp/orkan_$$.tmp") + f"; exec '{COMMAND}' {args}"
         done = subprocess.run(
-            ["sh", "-c", script], cwd=self.folder, env=self.environment(self.complete), input=stdin, capture_output=True,
-            preexec_fn=bounded, timeout=300, check=False,
+            ["sh", "-c", script], cwd=self.folder, env=self.environment(), input=stdin, capture_output=True,
+            preexec_fn=bounded(self.cpu_seconds), timeout=300, check=False,
         )
         left = os.listdir(self.temp)
         subprocess.run(["rm", "-rf", self.temp, self.path(b"nowhere")], check=True)
