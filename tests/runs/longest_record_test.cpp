@@ -82,6 +82,41 @@ TEST_P(LongestRecord, TheDefaultModeHasNoneInMemory) {
 INSTANTIATE_TEST_SUITE_P(Formats, LongestRecord,
                          testing::Values(Args{"-A"}, Args{"-K0,1"}, Args{"-C"}, Args{"-C", "-K1"}));
 
+// Records that are longer than a block's share of the budget.
+
+string large_records(int count, std::size_t bytes, int step) {
+    string all;
+    for (int i = 0; i < count; ++i) {
+        const string number = std::to_string(100 + i * step % count);
+        all += number + string(bytes - number.size() - 1, 'x') + "\n";
+    }
+    return all;
+}
+
+TEST(LargeRecords, AreMergedWhateverTheShareOfABlock) {
+    for (const std::size_t bytes : {20000U, 33000U, 70000U}) {
+        for (const Args &format : {Args{"-L" + std::to_string(bytes)}, Args{"-A"}, Args{"-C"}}) {
+            for (const char *wish : {"-W1", "-S", "-U"}) {
+                for (const bool complete : {false, true}) {
+                    const Box box;
+                    box.write("in", large_records(40, bytes, 17));
+                    Args args = format;
+                    args.insert(args.end(), {"-W1", wish, "in"});
+                    const Outcome o = box.run({.args = args, .before = [&] {
+                                                   choose_mode(complete);
+                                                   const auto budget =
+                                                       orkan::BASIC_SIZE + 3 * static_cast<kx_i64>(bytes);
+                                                   orkan::kx_small = {budget, 1024, 256};
+                                               }});
+                    EXPECT_TRUE(o.status == 0 && o.out == large_records(40, bytes, 1))
+                        << bytes << ' ' << format.front() << ' ' << wish << ' ' << complete << '\n'
+                        << o.err;
+                }
+            }
+        }
+    }
+}
+
 // Buffers of a merge.
 
 class BlockBuffers : public RunState {};
