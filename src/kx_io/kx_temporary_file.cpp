@@ -44,11 +44,10 @@ int refuse(int fd) {
     return -1;
 }
 
-/// The run still has to read the file, or has written records into it.
+/// The run still has to read the file.
 bool is_needed(const kx_status &file) {
     kx_status other{};
     bool needed = argsInfo.inFileNums == 0 && kx_status_of(STDIN_FILENO, other) && kx_same_file(file, other);
-    needed = needed || (errFile.open && kx_status_of(errFile.fd, other) && kx_same_file(file, other));
     for (kx_i64 i = 0; !needed && i < argsInfo.inFileNums; ++i) {
         needed = kx_status_of(argsInfo.arrInFile[i].path, other) && kx_same_file(file, other);
     }

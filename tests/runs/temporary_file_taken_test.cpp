@@ -114,12 +114,17 @@ TEST_F(TemporaryFile, TheProgramIsToldWhenItCannotBeMade) {
     EXPECT_EQ(o.err, kStart + "changing\nunchanged\n☆ Failed to create temporary file [" + name(o) + "]!\n" + kFailed);
 }
 
+constexpr int kDeadly[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE};
+
 TEST_F(TemporaryFile, TheLibraryInstallsNoSignalHandler) {
     const Outcome o = run([](const string &) {
+        for (const int number : kDeadly) {
+            signal(number, SIG_DFL); // whatever the tests were started with
+        }
         orkan::kx_fault_hook = [](kx_site, orkan::kx_i64) {
-            for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGPIPE}) {
+            for (const int number : kDeadly) {
                 struct sigaction now {};
-                if (sigaction(signal, nullptr, &now) != 0 || now.sa_handler != SIG_DFL) {
+                if (sigaction(number, nullptr, &now) != 0 || now.sa_handler != SIG_DFL) {
                     say("a handler\n");
                 }
             }
