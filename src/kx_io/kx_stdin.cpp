@@ -118,7 +118,7 @@ class Chunks {
         dataOrigin.gone += taken;
         held_ += std::exchange(ahead_, 0) - taken;
         std::memmove(buf_, buf_ + taken, to_size(held_));
-        return held_ < capacity_ || (within_limit() && grow());
+        return held_ < capacity_ || grow();
     }
 
   private:
@@ -132,14 +132,6 @@ class Chunks {
         held_ += got;
         ended_ = held_ < wanted;
         return true;
-    }
-
-    [[nodiscard]] bool within_limit() const {
-        const bool within = capacity_ < kx_longest_record();
-        if (!within) {
-            kx_say(msg::kInvalidRecordLength);
-        }
-        return within;
     }
 
     bool grow() {

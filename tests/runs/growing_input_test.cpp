@@ -84,7 +84,7 @@ TEST_P(Growing, NoRecordIsTornInCompleteMode) {
     }
 }
 
-/// Whole records, from the first read on: then nobody has seen the input's end.
+/// By whole records, behind the look whether it is as empty as it says, and before it is opened to be read.
 TEST(EmptyInput, ThatGrowsIsReadOrRefusedInCompleteMode) {
     const string records = numbered(0, 30, 2), later = numbered(1, 30, 2);
     for (const std::vector<string> &format : {std::vector<string>{"-L8"}, {"-A"}, {"-C"}}) {
@@ -98,9 +98,8 @@ TEST(EmptyInput, ThatGrowsIsReadOrRefusedInCompleteMode) {
                                            choose_mode(true);
                                            shrink_sizes();
                                            orkan::kx_fault_hook = [](kx_site site, kx_i64 /*bytes*/) {
-                                               static bool done = false;
-                                               if (site == kx_site::read && !done) {
-                                                   done = true;
+                                               static int opened = 0;
+                                               if (site == kx_site::open && ++opened == 2) {
                                                    std::ofstream("empty") << numbered(1, 30, 2);
                                                }
                                                return false;
