@@ -27,6 +27,15 @@ class Languages(unittest.TestCase):
         self.assertEqual(len(english), 7)
         self.assertEqual(english, japanese)
 
+    def test_both_languages_show_each_rule_of_complete_mode(self):
+        shown = []
+        for page in PAGES:
+            with open(os.path.join(ROOT, page), encoding="utf-8") as file:
+                rules = file.read().split(".Sh COMPLETE MODE", 1)[1].split(".El", 1)[0]
+            shown.append([line for line in rules.splitlines() if line.startswith(".Dl ")])
+            self.assertEqual(len(shown[-1]), rules.count(".It\n"))
+        self.assertEqual(*shown)
+
 
 class Examples(unittest.TestCase):
     """Each runs as it stands, in a folder that has the files it names."""
