@@ -75,40 +75,54 @@ BENCHMARK(find_lines_one_by_one);
 
 // --- entries -----------------------------------------------------------------------------------------------------
 
-struct Entries {
-    explicit Entries(kx_i64 n) : prefixes(to_size(n)), numbers(to_size(n)) {
-        std::mt19937_64 random(2);
-        std::generate(prefixes.begin(), prefixes.end(), random);
-        std::iota(numbers.begin(), numbers.end(), 0U);
+std::vector<kx_entry> random_entries(kx_i64 n) {
+    std::mt19937_64 random(2);
+    std::vector<kx_entry> entries;
+    for (kx_i64 i = 0; i < n; ++i) {
+        entries.push_back(kx_make_entry(random(), static_cast<kx_item_number>(i)));
     }
-    [[nodiscard]] kx_entries all() { return {prefixes.data(), numbers.data()}; }
-    std::vector<kx_prefix> prefixes;
-    std::vector<kx_item_number> numbers;
-};
+    return entries;
+}
 
 void sort_entries(benchmark::State &state) {
-    const Entries input(state.range(0));
-    Entries entries = input, scratch = input;
+    const std::vector<kx_entry> input = random_entries(state.range(0));
+    std::vector<kx_entry> entries = input, scratch = input;
     for ([[maybe_unused]] auto step : state) {
         entries = input;
-        kx_sort_entries(entries.all(), scratch.all(), state.range(0));
+        kx_sort_entries(entries.data(), scratch.data(), state.range(0));
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
-void stable_sort_entries(benchmark::State &state) {
-    const Entries input(state.range(0));
+void library_sort_entries(benchmark::State &state) {
+    const std::vector<kx_entry> input = random_entries(state.range(0));
+    std::vector<kx_entry> entries = input;
     for ([[maybe_unused]] auto step : state) {
-        std::vector<std::pair<kx_prefix, kx_item_number>> pairs;
-        for (std::size_t i = 0; i < input.prefixes.size(); ++i) {
-            pairs.emplace_back(input.prefixes[i], input.numbers[i]);
-        }
-        std::stable_sort(pairs.begin(), pairs.end(), [](const auto &a, const auto &b) { return a.first < b.first; });
-        benchmark::DoNotOptimize(pairs.data());
+        entries = input;
+        std::sort(entries.begin(), entries.end());
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+/// From prefixes to entries in order, by buckets first.
+void sort_prefixes(benchmark::State &state) {
+    const kx_i64 n = state.range(0);
+    std::mt19937_64 random(2);
+    std::vector<kx_prefix> input(to_size(n));
+    std::generate(input.begin(), input.end(), random);
+    std::vector<kx_entry> scratch(to_size(n)), entries(to_size(n));
+    for ([[maybe_unused]] auto step : state) {
+        kx_prefix_range range;
+        std::for_each(input.begin(), input.end(), [&](kx_prefix prefix) { range.add(prefix); });
+        const kx_shown_bits shown(range, kx_buckets::digit_bits(n));
+        kx_buckets(input.data(), n, shown, entries.data()).for_each([&](kx_i64 first, kx_i64 end) {
+            kx_sort_entries(entries.data() + first, scratch.data() + first, end - first);
+        });
+    }
+    state.SetItemsProcessed(state.iterations() * n);
 }
 BENCHMARK(sort_entries)->RangeMultiplier(32)->Range(1 << 5, 1 << 20);
-BENCHMARK(stable_sort_entries)->RangeMultiplier(32)->Range(1 << 5, 1 << 20);
+BENCHMARK(library_sort_entries)->RangeMultiplier(32)->Range(1 << 5, 1 << 20);
+BENCHMARK(sort_prefixes)->RangeMultiplier(32)->Range(1 << 10, 1 << 20);
 
 // --- heads -------------------------------------------------------------------------------------------------------
 

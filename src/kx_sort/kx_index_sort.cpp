@@ -1,14 +1,14 @@
 // kx_index_sort.cpp: sorts an index by the leading key bytes cached next to each item.
 //
-//   slots    | item | item | ...        what an index is before and after
-//   entries  | prefix, number | ...     sorted by prefix; groups of equal prefixes by the next 8 bytes, and so on;
-//                                       groups of equal keys by the next key
+//   slots     | item | item | ...      what an index is before and after
+//   prefixes  | p0 | p1 | p2 | ...     in the same place: 8 leading key bytes of each item
+//   entries   | window, number | ...   in buckets (kx_entries.h), then sorted, with the slots as scratch memory; groups
+//                                      of equal windows by the bytes behind, groups of equal keys by the next key
 //
 // The prefix is an order-preserving integer of a key, so the same sort serves text, numbers and both directions. What
-// the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and
-// the other one give the same order. The slots serve as half of the scratch memory meanwhile. For unique output equal
-// keys that are met on the way are dropped from the index, so that nobody has to compare them again; where there are
-// many (kx_distinct.h), most are dropped before the sort.
+// the prefixes do not tell is settled by the comparator. Everything is stable, so the stable sort and the other one
+// give the same order. For unique output equal keys that are met on the way are dropped from the index, so that nobody
+// has to compare them again; where there are many (kx_distinct.h), most are dropped before the sort.
 //
 // Verbose runs count comparator calls and so compare throughout, as do small indexes.
 #include "kx_sort/kx_index_sort.h"
@@ -46,7 +46,6 @@ char *take_scratch(kx_i64 bytes) {
 // The items of an index, in buffer order before it is sorted: what their views are, and how far apart they lie.
 
 struct FixedItems {
-    const char *first;
     static auto view(const void *item) { return fixed_item(item); }
     static kx_i64 stride() { return argsInfo.recLen; }
     static void touch(const void * /*item*/) {}
@@ -54,7 +53,6 @@ struct FixedItems {
 };
 
 struct VariableItems {
-    const char *first;
     static auto view(const void *item) { return variable_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo); }
     static void touch(const void *item) { __builtin_prefetch(item); }
@@ -62,7 +60,6 @@ struct VariableItems {
 };
 
 struct CsvItems {
-    const char *first;
     static auto view(const void *item) { return csv_item(item); }
     static kx_i64 stride() { return sizeof(RecordInfo_csv); }
     static void touch(const void *item) { __builtin_prefetch(item); }
@@ -86,62 +83,109 @@ kx_i64 common_length(const char *a, const char *b, kx_i64 known, kx_i64 most) {
     return at;
 }
 
+/// The items of an index by their numbers: their places among those that the builder left, without the gaps that
+/// refused records and dropped duplicates leave.
+template <class Items> class Numbering {
+  public:
+    /// `table` has room for n numbers; null where there are no gaps.
+    Numbering(void *const *slots, kx_i64 n, kx_item_number *table)
+        : first_(static_cast<const char *>(slots[0])), table_(table) {
+        if (table == nullptr) {
+            return;
+        }
+        const char *at = first_;
+        kx_i64 place = 0;
+        for (kx_i64 i = 0; i < n; ++i) {
+            const auto *item = static_cast<const char *>(slots[i]);
+            place += item == at + stride_ ? 1 : (item - at) / stride_; // nearly always the next one
+            at = item;
+            table[i] = static_cast<kx_item_number>(place);
+        }
+    }
+
+    [[nodiscard]] const char *item(kx_item_number number) const {
+        return first_ + stride_ * (table_ == nullptr ? number : table_[number]);
+    }
+
+    static bool has_gaps(void *const *slots, kx_i64 n) {
+        return static_cast<const char *>(slots[n - 1]) - static_cast<const char *>(slots[0]) !=
+               (n - 1) * Items::stride();
+    }
+
+  private:
+    const char *first_;
+    const kx_item_number *table_;
+    kx_i64 stride_ = Items::stride();
+};
+
 /// One index being sorted.
 template <class Items> class IndexSort {
   public:
-    IndexSort(Items items, kx_entries entries, kx_entries scratch)
-        : items_(items), entries_(entries), scratch_(scratch) {}
+    /// `entries` has room for n.
+    IndexSort(void **slots, kx_i64 n, kx_slot_entry *entries, Numbering<Items> numbering)
+        : slots_(slots), n_(n), entries_(entries), numbering_(numbering) {}
 
     /// The number of items left, which is n but for unique output: of equal keys it keeps the first.
-    kx_i64 sort(void **slots, kx_i64 n) {
-        if (drops_ && n >= kManyItems) { // the table stands where the entries will
-            n = kx_drop_frequent(items_, slots, n, reinterpret_cast<char *>(entries_.prefixes));
-        }
-        switch (order_of(slots, n)) {
-        case Order::ascending: return n;
-        case Order::descending: std::reverse(slots, slots + n); return n;
+    kx_i64 sort() {
+        switch (order_of_items()) {
+        case Order::ascending: return n_;
+        case Order::descending: std::reverse(slots_, slots_ + n_); return n_;
         case Order::none: break;
         }
-        take_entries(slots, n);
-        const kx_entries sorted = kx_sort_entries_either(entries_, scratch_, n);
-        scratch_ = sorted.prefixes == entries_.prefixes ? scratch_ : entries_;
-        entries_ = sorted;
-        if (!rule_.decisive) {
-            settle_groups(0, n, {rule_, first_told(rule_)}, 0);
+        kx_prefix_range range;
+        for (kx_i64 i = 0; i < n_; ++i) {
+            prefixes_[i] = rule_.of(Items::view(slots_[i]));
+            range.add(prefixes_[i]);
         }
-        return put_back(slots, n);
+        const kx_shown_bits shown(range, kx_buckets::digit_bits(n_));
+        const Told told{rule_, told_by(rule_, shown.hidden())};
+        kx_buckets(prefixes_, n_, shown, entries_).for_each([&](kx_i64 first, kx_i64 end) {
+            kx_sort_entries(entries_ + first, scratch_ + first, end - first);
+            if (drops_ || !all_told(told)) {
+                settle_groups(first, end, told, 0);
+            }
+        });
+        return put_back();
     }
 
   private:
     static constexpr kx_item_number kDropped = std::numeric_limits<kx_item_number>::max();
 
-    /// How far the entries' prefixes tell the keys of a group apart.
+    /// How far the entries of a group tell keys apart.
     struct Told {
-        kx_prefix_rule rule; ///< of the key the prefixes are of
-        kx_i64 bytes;        ///< of a text: told so far; of a number: kAll, or 0 when its last bit is not
+        kx_prefix_rule rule; ///< of the key that the windows are of
+        kx_i64 bytes;        ///< of a text: told so far; kAll: as much as a prefix holds; of other numbers: 0
     };
     static constexpr kx_i64 kAll = std::numeric_limits<kx_i64>::max();
 
-    /// What prefixes by this rule tell. Under -N they are one bit short.
-    static kx_i64 first_told(const kx_prefix_rule &rule) {
+    /// What prefixes by this rule tell of a key, without so many of their last bits. Under -N they are one bit short.
+    static kx_i64 told_by(const kx_prefix_rule &rule, int hidden) {
         const bool short_of_a_bit = rule.empty_last && kx_record_format() == kx_format::csv;
-        return short_of_a_bit ? 0 : rule.key.type == kTypeNum ? kAll : kPrefixSize;
+        const bool is_number = rule.key.type == kTypeNum;
+        if (short_of_a_bit) {
+            return 0;
+        }
+        return hidden == 0 && (is_number || rule.decisive) ? kAll : is_number ? 0 : bytes_told(hidden);
     }
+    static kx_i64 bytes_told(int hidden) { return kPrefixSize - (hidden + 7) / 8; }
 
-    [[nodiscard]] const char *item(kx_item_number number) const { return items_.first + stride_ * number; }
-    [[nodiscard]] auto view(kx_i64 i) const { return items_.view(item(entries_.numbers[i])); }
+    static bool all_told(const Told &told) { return told.rule.decisive && told.bytes == kAll; }
+
+    [[nodiscard]] const char *item(kx_item_number number) const { return numbering_.item(number); }
+    [[nodiscard]] const char *item_at(kx_i64 i) const { return item(kx_number_of(entries_[i])); }
+    [[nodiscard]] auto view(kx_i64 i) const { return Items::view(item_at(i)); }
 
     enum class Order { ascending, descending, none };
 
     /// How the items lie; descending means that no two are equal. Told after a few of them where it is neither.
-    [[nodiscard]] Order order_of(void *const *slots, kx_i64 n) const {
+    [[nodiscard]] Order order_of_items() const {
         bool ascending = true, descending = true;
-        kx_prefix previous = rule_.of(items_.view(slots[0]));
-        for (kx_i64 i = 1; i < n && (ascending || descending); ++i) {
-            const kx_prefix prefix = rule_.of(items_.view(slots[i]));
+        kx_prefix previous = rule_.of(Items::view(slots_[0]));
+        for (kx_i64 i = 1; i < n_ && (ascending || descending); ++i) {
+            const kx_prefix prefix = rule_.of(Items::view(slots_[i]));
             const int order = prefix != previous ? (previous < prefix ? -1 : 1)
                               : rule_.decisive   ? 0
-                                                 : compare_(&slots[i - 1], &slots[i]);
+                                                 : compare_(&slots_[i - 1], &slots_[i]);
             ascending = ascending && order <= 0;
             descending = descending && order > 0;
             previous = prefix;
@@ -149,31 +193,12 @@ template <class Items> class IndexSort {
         return ascending ? Order::ascending : descending ? Order::descending : Order::none;
     }
 
-    /// Fills the entries in buffer order.
-    void take_entries(void *const *slots, kx_i64 n) {
-        const char *at = items_.first;
-        kx_i64 number = 0;
-        for (kx_i64 i = 0; i < n; ++i) {
-            const auto *from = static_cast<const char *>(slots[i]);
-            number += from == at + stride_ ? 1 : (from - at) / stride_; // nearly always the next one
-            at = from;
-            KX_ASSERT(at == item(static_cast<kx_item_number>(number)));
-            entries_.prefixes[i] = rule_.of(items_.view(from));
-            entries_.numbers[i] = static_cast<kx_item_number>(number);
-        }
-    }
-
-    /// The slots may be where the prefixes are: each is read before it is overwritten.
-    kx_i64 put_back(void **slots, kx_i64 n) const {
-        const bool by_prefix = drops_ && rule_.decisive;
+    kx_i64 put_back() const {
         kx_i64 kept = 0;
-        kx_prefix previous = n > 0 ? ~entries_.prefixes[0] : 0;
-        for (kx_i64 i = 0; i < n; ++i) {
-            const kx_prefix prefix = entries_.prefixes[i];
-            const bool dropped = by_prefix ? prefix == previous : entries_.numbers[i] == kDropped;
-            previous = prefix;
-            if (!dropped) {
-                slots[kept++] = const_cast<char *>(item(entries_.numbers[i]));
+        for (kx_i64 i = 0; i < n_; ++i) {
+            const kx_item_number number = kx_number_of(entries_[i]);
+            if (number != kDropped) {
+                slots_[kept++] = const_cast<char *>(item(number));
             }
         }
         return kept;
@@ -181,15 +206,15 @@ template <class Items> class IndexSort {
 
     /// Entries with equal keys.
     void drop_duplicates(kx_i64 first, kx_i64 last) {
-        if (drops_) {
-            std::fill(entries_.numbers + first + 1, entries_.numbers + last, kDropped);
+        for (kx_i64 i = first + 1; drops_ && i < last; ++i) {
+            entries_[i] = kx_make_entry(kx_window_of(entries_[i]), kDropped);
         }
     }
 
-    /// Sorts the groups of equal prefixes within [first, end).
+    /// Sorts the groups of equal windows within [first, end).
     void settle_groups(kx_i64 first, kx_i64 end, const Told &told, int depth) {
         for (kx_i64 last = first; first < end; first = last) {
-            while (last < end && entries_.prefixes[last] == entries_.prefixes[first]) {
+            while (last < end && kx_window_of(entries_[last]) == kx_window_of(entries_[first])) {
                 ++last;
             }
             if (last - first > 1) {
@@ -202,16 +227,29 @@ template <class Items> class IndexSort {
 
     void settle(kx_i64 first, kx_i64 last, Told told, int depth) {
         for (; depth < kDeepest; ++depth) {
-            switch (what_next(first, last, told)) {
+            const Next next = what_next(first, last, told);
+            switch (next) {
             case Next::alike: continue;
-            case Next::deeper: told.bytes += kPrefixSize; break; // the look has read them
+            case Next::deeper: break; // the look has read them
             case Next::shorter_first: read_lengths(first, last, told); break;
             case Next::number: read_number(first, last, told); break;
             case Next::next_key: read_next_key(first, last, told); break;
             case Next::equal: drop_duplicates(first, last); return;
             case Next::compare: compare(first, last); return;
             }
-            if (!order_group(first, last)) {
+            kx_prefix_range range;
+            for (kx_i64 i = first; i < last; ++i) {
+                range.add(prefixes_[i]);
+            }
+            const kx_shown_bits shown(range, 0);
+            switch (next) {
+            case Next::deeper: told.bytes += bytes_told(shown.hidden()); break;
+            case Next::number: told.bytes = shown.hidden() == 0 ? kAll : 0; break;
+            case Next::next_key: told.bytes = told_by(told.rule, shown.hidden()); break;
+            default: break;
+            }
+            if (range.least < range.greatest) {
+                order_group(first, last, shown);
                 settle_groups(first, last, told, depth + 1);
                 return;
             }
@@ -219,14 +257,15 @@ template <class Items> class IndexSort {
         compare(first, last);
     }
 
-    /// Sorts a group by its new prefixes; true when they are all the same.
-    bool order_group(kx_i64 first, kx_i64 last) {
-        const kx_slot_prefix *begin = entries_.prefixes + first, *end = entries_.prefixes + last;
-        if (!std::is_sorted(begin, end)) {
-            kx_sort_entries(entries_.from(first), scratch_.from(first), last - first);
-            return false;
+    /// Sorts a group by its new prefixes.
+    void order_group(kx_i64 first, kx_i64 last, const kx_shown_bits &shown) {
+        const bool in_order = std::is_sorted(prefixes_ + first, prefixes_ + last);
+        for (kx_i64 i = first; i < last; ++i) {
+            entries_[i] = kx_make_entry(shown.window(prefixes_[i]), kx_number_of(entries_[i]));
         }
-        return *begin == end[-1];
+        if (!in_order) {
+            kx_sort_entries(entries_ + first, scratch_ + first, last - first);
+        }
     }
 
     /// Hands the records of a group to use(entry, record).
@@ -234,10 +273,10 @@ template <class Items> class IndexSort {
         const kx_i64 depth = told.bytes == kAll ? 0 : told.bytes;
         for (kx_i64 i = first; i < last; ++i) {
             if (i + kLocatorsAhead < last) {
-                items_.touch(item(entries_.numbers[i + kLocatorsAhead]));
+                Items::touch(item_at(i + kLocatorsAhead));
             }
             if (i + kFieldsAhead < last) {
-                items_.touch_fields(item(entries_.numbers[i + kFieldsAhead]), told.rule.number);
+                Items::touch_fields(item_at(i + kFieldsAhead), told.rule.number);
             }
             if (i + kTextsAhead < last) {
                 const Bytes text = told.rule.bytes_of(view(i + kTextsAhead));
@@ -250,11 +289,15 @@ template <class Items> class IndexSort {
     }
 
     Next what_next(kx_i64 first, kx_i64 last, Told &told) {
+        if (all_told(told)) {
+            return Next::equal;
+        }
         if (told.bytes == kAll) {
             return told.rule.empty_may_be_among(view(first)) ? Next::compare : behind_equal_keys(told);
         }
         if (told.rule.key.type == kTypeNum) { // -N sorts empty fields apart from others
-            return told.rule.bytes_of(view(first)).len == 0 ? behind_equal_keys(told) : Next::number;
+            const bool empty = told.rule.empty_last && told.rule.bytes_of(view(first)).len == 0;
+            return empty ? behind_equal_keys(told) : Next::number;
         }
         return look_deeper(first, last, told);
     }
@@ -274,7 +317,7 @@ template <class Items> class IndexSort {
             seen.shortest = std::min(seen.shortest, text.len);
             seen.longest = std::max(seen.longest, text.len);
             seen.common = common_length(pattern.ptr, text.ptr, told.bytes, std::min(seen.common, text.len));
-            entries_.prefixes[i] = text.len > depth ? told.rule.deeper(text, depth) : 0;
+            prefixes_[i] = text.len > depth ? told.rule.deeper(text, depth) : 0;
         });
         return seen;
     }
@@ -323,64 +366,72 @@ template <class Items> class IndexSort {
     /// Of texts that agree as far as told, those that end come first, the shorter before the longer.
     void read_lengths(kx_i64 first, kx_i64 last, const Told &told) {
         for_group(first, last, told, [&](kx_i64 i, const auto &record) {
-            entries_.prefixes[i] = told.rule.of_length(std::min(told.rule.bytes_of(record).len, told.bytes + 1));
+            prefixes_[i] = told.rule.of_length(std::min(told.rule.bytes_of(record).len, told.bytes + 1));
         });
     }
 
-    void read_number(kx_i64 first, kx_i64 last, Told &told) {
+    void read_number(kx_i64 first, kx_i64 last, const Told &told) {
         for_group(first, last, told, [&](kx_i64 i, const auto &record) {
-            entries_.prefixes[i] = told.rule.whole_number(told.rule.bytes_of(record), record.end);
+            prefixes_[i] = told.rule.whole_number(told.rule.bytes_of(record), record.end);
         });
-        told.bytes = kAll;
     }
 
     void read_next_key(kx_i64 first, kx_i64 last, Told &told) {
         told.rule = kx_prefix_rule_of_key(told.rule.number + 1);
         told.bytes = 0;
-        for_group(first, last, told,
-                  [&](kx_i64 i, const auto &record) { entries_.prefixes[i] = told.rule.of(record); });
-        told.bytes = first_told(told.rule);
+        for_group(first, last, told, [&](kx_i64 i, const auto &record) { prefixes_[i] = told.rule.of(record); });
     }
 
     void compare(kx_i64 first, kx_i64 last) {
-        kx_sort_numbers(entries_.numbers + first, scratch_.numbers + first, last - first,
-                        [this](kx_item_number a, kx_item_number b) {
-                            const char *x = item(a), *y = item(b);
-                            return compare_(&x, &y) <= 0;
-                        });
+        kx_merge_sort_entries(entries_ + first, scratch_ + first, last - first,
+                              [this](kx_item_number a, kx_item_number b) {
+                                  const char *x = item(a), *y = item(b);
+                                  return compare_(&x, &y) <= 0;
+                              });
     }
 
-    Items items_;
-    kx_entries entries_, scratch_;
-    kx_i64 stride_ = Items::stride();
+    void **slots_;
+    kx_i64 n_;
+    kx_slot_entry *entries_;
+    Numbering<Items> numbering_;
+    // The slots are prefixes and scratch memory meanwhile, never both at the same place.
+    kx_slot_prefix *prefixes_ = reinterpret_cast<kx_slot_prefix *>(slots_);
+    kx_slot_entry *scratch_ = reinterpret_cast<kx_slot_entry *>(slots_);
+    static_assert(sizeof(kx_prefix) == sizeof(void *) && sizeof(kx_entry) == sizeof(void *));
     kx_prefix_rule rule_ = kx_choose_prefix_rule();
     kx_compare compare_ = kx_choose_index_comparator();
     bool drops_ = argsInfo.bUnique != 0;
 };
 
-/// False when memory is refused: nothing has changed.
-bool sort_by_prefix(kx_list *list) {
-    const kx_i64 n = kx_list_len(list);
-    constexpr kx_i64 kPerRecord = to_i64(sizeof(kx_prefix) + 2 * sizeof(kx_item_number));
-    char *memory = take_scratch(multiply_saturating(n, kPerRecord));
+/// False when memory is refused: the items are in buffer order still.
+template <class Items> bool sort_by_prefix(kx_list *list) {
+    void **slots = &list->tab[kx_ring_slot(list, 0)];
+    kx_i64 n = kx_list_len(list);
+    constexpr kx_i64 kPerEntry = sizeof(kx_entry), kPerNumber = sizeof(kx_item_number);
+    char *memory = take_scratch(n * kPerEntry);
+    if (memory != nullptr && argsInfo.bUnique != 0 && n >= kManyItems) { // the table stands where the entries will
+        const kx_i64 left = kx_drop_frequent(Items{}, slots, n, memory);
+        kx_list_delete(list, left, n - left);
+        n = left;
+    }
+    const bool gaps = Numbering<Items>::has_gaps(slots, n);
+    memory = memory != nullptr && gaps ? take_scratch(n * (kPerEntry + kPerNumber)) : memory;
     if (memory == nullptr) {
         return false;
     }
-    auto *prefixes = reinterpret_cast<kx_slot_prefix *>(memory);
-    auto *numbers = reinterpret_cast<kx_item_number *>(prefixes + n);
-    void **slots = &list->tab[kx_ring_slot(list, 0)];
-    static_assert(sizeof(kx_prefix) == sizeof(void *), "the slots hold prefixes meanwhile");
-    const kx_entries entries{prefixes, numbers};
-    const kx_entries scratch{reinterpret_cast<kx_slot_prefix *>(slots), numbers + n};
-    const auto *first = static_cast<const char *>(slots[0]);
-    kx_i64 left = 0;
-    switch (kx_record_format()) {
-    case kx_format::fixed: left = IndexSort(FixedItems{first}, entries, scratch).sort(slots, n); break;
-    case kx_format::csv: left = IndexSort(CsvItems{first}, entries, scratch).sort(slots, n); break;
-    default: left = IndexSort(VariableItems{first}, entries, scratch).sort(slots, n); break;
-    }
+    auto *entries = reinterpret_cast<kx_slot_entry *>(memory);
+    auto *table = gaps ? reinterpret_cast<kx_item_number *>(entries + n) : nullptr;
+    const kx_i64 left = IndexSort<Items>(slots, n, entries, Numbering<Items>(slots, n, table)).sort();
     kx_list_delete(list, left, n - left);
     return true;
+}
+
+bool sort_by_prefix(kx_list *list) {
+    switch (kx_record_format()) {
+    case kx_format::fixed: return sort_by_prefix<FixedItems>(list);
+    case kx_format::csv: return sort_by_prefix<CsvItems>(list);
+    default: return sort_by_prefix<VariableItems>(list);
+    }
 }
 
 bool prefix_sort_applies(const kx_list *list) {

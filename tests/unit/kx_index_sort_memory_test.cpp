@@ -14,10 +14,12 @@ using namespace orkan;
 using namespace support;
 using std::string;
 
-/// Sorts while what `plan` says is refused and gives the status; a list of 0 must be in order.
-int sort_refused(const string &bytes, bool stable, FaultPlan plan) {
+/// Sorts while what `plan` says is refused and gives the status; a list of 0 must be in order. `refused` records in the
+/// middle are not in the index.
+int sort_refused(const string &bytes, bool stable, FaultPlan plan, kx_i64 refused = 0) {
     const Data data(bytes);
     const kx_list_owner list(data.index());
+    kx_list_delete(list.get(), kx_list_len(list.get()) / 2, refused);
     const Items before = items_of(list.get());
     const Items expected = expected_order(list.get());
     kx_release_sort_scratch(); // kept from the sort before
@@ -60,6 +62,13 @@ TEST_F(IndexSortRefused, ScratchMemoryIsNotNeeded) {
     for (const bool stable : {true, false}) {
         EXPECT_EQ(sort_refused(bytes_, stable, {.onwards = true}), 0);
         EXPECT_EQ(sort_refused(bytes_, stable, {.call = 2, .onwards = true}), 0);
+    }
+}
+
+TEST_F(IndexSortRefused, NumbersForAnIndexWithGapsAreNotNeeded) {
+    use_pool(1 << 20);
+    for (const bool stable : {true, false}) {
+        EXPECT_EQ(sort_refused(bytes_, stable, {.call = 2, .onwards = true}, 3), 0);
     }
 }
 

@@ -22,12 +22,13 @@ class IndexSort : public RunState {
   protected:
     IndexSort() { use_pool(kx_i64{1} << 23); }
 
-    /// Sorts the index of the data both ways and compares with the model.
-    static void expect_sorted(const string &bytes) {
+    /// Sorts the index of the data both ways, without some of its records, and compares with the model.
+    static void expect_sorted(const string &bytes, kx_i64 first_refused = 0, kx_i64 refused = 0) {
         const Data data(bytes);
         for (const bool stable : {true, false}) {
             const kx_list_owner list(data.index());
             ASSERT_NE(list.get(), nullptr);
+            kx_list_delete(list.get(), first_refused, refused);
             const Items expected = expected_order(list.get());
             ASSERT_EQ(kx_sort_index(list.get(), stable), 0);
             ASSERT_TRUE(items_of(list.get()) == expected) << (stable ? "stable" : "plain");
@@ -52,6 +53,17 @@ class IndexSort : public RunState {
 
 // Around the size where small indexes end, and beyond.
 constexpr std::initializer_list<kx_i64> kCounts = {0, 1, 2, 3, 13, 100, 511, 512, 513, 3000};
+
+TEST_F(IndexSort, RecordsThatAreNotInTheIndexLeaveGaps) {
+    set_fixed(24);
+    set_keys({key(3, 10)});
+    std::mt19937 random(3);
+    const string bytes = random_bytes(random, kAlphabets[1], std::size_t{24} * 2000);
+    for (const kx_i64 first : {0, 1, 700, 1999}) { // those in front leave none
+        expect_sorted(bytes, first, 1);
+    }
+    expect_sorted(bytes, 100, 1300);
+}
 
 TEST_F(IndexSort, TextKeysOfEveryLength) {
     set_fixed(24);
