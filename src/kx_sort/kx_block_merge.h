@@ -40,9 +40,9 @@ int kx_refill_block(UnitDataInfo &run, kx_stream &tmp);
 /// on. 0, or 1 with a message, also when the block has no so many bytes left: then it is no record.
 int kx_enlarge_block(UnitDataInfo &run, kx_i64 wanted, kx_stream &tmp);
 
-/// The run's current record is held whole. 0, or 1 with a message when it cannot be.
+/// The run's current record, at the begin of its buffer, is held whole. 0, or 1 with a message when it cannot be.
 template <class Format> int kx_hold_current(const Format &format, UnitDataInfo &run, kx_stream &tmp) {
-    for (kx_i64 wanted = 0; (wanted = format.stored_size(run)) > run.bufSize - run.bufOffset;) {
+    for (kx_i64 wanted = 0; (wanted = format.stored_size(run)) > run.bufSize;) {
         if (kx_enlarge_block(run, wanted, tmp) != 0) {
             return 1;
         }

@@ -1,8 +1,9 @@
 // kx_distinct.h: drops duplicates before a sort for unique output, where a sample finds that there are many.
 //
-// The keys met so far stand in a hash table with open addressing and linear probing (Knuth, The Art of Computer
-// Programming 3, 6.4, algorithm L). It may miss a duplicate, as where too many keys want the same place or there are
-// more keys than expected: the sort drops what is left. It never takes different keys for equal ones.
+// The keys met so far are found by a hash table with open addressing and linear probing (Knuth, The Art of Computer
+// Programming 3, 6.4, algorithm L), which holds copies of them side by side: the records lie too far apart to be read
+// again for every comparison. It may miss a duplicate, as where too many keys want the same place, or there are more or
+// longer keys than it has room for: the sort drops what is left. It never takes different keys for equal ones.
 #pragma once
 
 #include <algorithm>
@@ -33,46 +34,35 @@ inline kx_hash kx_hash_bytes(kx_hash hash, Bytes bytes) {
                (bytes.len >= kStep ? load_unaligned<kx_hash>(bytes.ptr + bytes.len - kStep) : text_prefix(bytes)));
 }
 
-/// A hash of the record's keys, or of the record where that is the key.
-template <class View> kx_hash kx_hash_keys(const View &record) {
+/// Calls use(bytes) for each of the record's keys, or the record where that is the key, until one is refused: false.
+template <class View, class Use> bool kx_every_key(const View &record, Use use) {
     if (argsInfo.bRecSort != kRecSortNone) {
-        return kx_hash_bytes(0, record.record);
-    }
-    kx_hash hash = 0;
-    for (kx_i64 k = 0; k < argsInfo.keyNums; ++k) {
-        hash = kx_hash_bytes(hash, record.key(argsInfo.arrSortKey[k], k));
-    }
-    return hash;
-}
-
-/// The keys have the same bytes, and so are equal.
-template <class View> bool kx_same_key_bytes(const View &a, const View &b) {
-    if (argsInfo.bRecSort != kRecSortNone) {
-        return same_bytes(a.record, b.record);
+        return use(record.record);
     }
     for (kx_i64 k = 0; k < argsInfo.keyNums; ++k) {
-        const KeyInfo &key = argsInfo.arrSortKey[k];
-        if (!same_bytes(a.key(key, k), b.key(key, k))) {
+        if (!use(record.key(argsInfo.arrSortKey[k], k))) {
             return false;
         }
     }
     return true;
 }
 
-/// Not so of numbers that go on behind their key.
+/// A hash of all keys of the record.
+template <class View> kx_hash kx_hash_keys(const View &record) {
+    kx_hash hash = 0;
+    kx_every_key(record, [&](Bytes key) {
+        hash = kx_hash_bytes(hash, key);
+        return true;
+    });
+    return hash;
+}
+
+/// Keys of the same bytes are equal. Not so numbers that go on behind their key.
 inline bool kx_same_bytes_are_same_keys() {
     const auto is_text = [](const KeyInfo &key) { return key.type != kTypeNum; };
     const KeyInfo *keys = argsInfo.arrSortKey;
     return argsInfo.bRecSort != kRecSortNone || numbers_end_with_keys() ||
            std::all_of(keys, keys + argsInfo.keyNums, is_text);
-}
-
-/// Asks the memory system for the first and the last of the bytes.
-inline void kx_touch(Bytes bytes) {
-    if (bytes.len > 0) {
-        __builtin_prefetch(bytes.ptr);
-        __builtin_prefetch(bytes.ptr + bytes.len - 1);
-    }
 }
 
 /// How many different keys n items seem to have, by a sample of their hashes; n when hardly any two of it are equal.
@@ -88,35 +78,42 @@ template <class HashOf> kx_i64 kx_guess_distinct(kx_i64 n, HashOf hash_of) {
     return different == kSample ? n : std::min(n, kSample * kSample / (2 * (kSample - different)));
 }
 
-/// The keys met so far, by the numbers of their items.
+/// The keys met so far.
+///
+///   | place | place | ...    | length | bytes | length | bytes | ... |    the keys of a record begin at 8 bytes
 class kx_distinct_table {
   public:
-    /// Bytes for a table of so many keys.
+    /// The bytes that the places for so many keys take.
     static kx_i64 bytes_for(kx_i64 keys) { return places_for(keys) * to_i64(sizeof(Place)); }
 
-    kx_distinct_table(char *memory, kx_i64 keys)
-        : places_(reinterpret_cast<Place *>(memory)), mask_(static_cast<kx_hash>(places_for(keys) - 1)) {
+    /// In `bytes` bytes of memory, which are more than those.
+    kx_distinct_table(char *memory, kx_i64 bytes, kx_i64 keys)
+        : places_(reinterpret_cast<Place *>(memory)), mask_(static_cast<kx_hash>(places_for(keys) - 1)),
+          keys_(memory + bytes_for(keys)), room_(bytes - bytes_for(keys)) {
         std::memset(memory, 0xff, to_size(bytes_for(keys)));
     }
 
-    void prefetch(kx_hash hash) const { __builtin_prefetch(places_ + (hash & mask_)); }
+    void touch_place(kx_hash hash) const { __builtin_prefetch(places_ + (hash & mask_)); }
 
-    /// The item in the place of a key, if it may be the same; otherwise more than there can be.
-    [[nodiscard]] std::uint32_t likely(kx_hash hash) const {
+    /// The keys in that place, if they may be the same.
+    void touch_keys(kx_hash hash) const {
+        constexpr kx_i64 kCacheLine = 64;
         const Place &place = places_[hash & mask_];
-        return place.tag == static_cast<std::uint32_t>(hash >> 32) ? place.number : kFree;
+        if (place.tag == tag_of(hash)) {
+            __builtin_prefetch(at(place));
+            __builtin_prefetch(at(place) + kCacheLine);
+        }
     }
 
-    /// Is the key there? Same(number) compares with that of another item. If not it is entered, while there is room.
-    template <class Same> bool meet(kx_hash hash, std::uint32_t number, Same same) {
-        const auto tag = static_cast<std::uint32_t>(hash >> 32);
+    /// Are the keys of the record there? If not they are entered, while there is room.
+    template <class View> bool meet(kx_hash hash, const View &record) {
         for (kx_hash step = 0; step < kMostSteps; ++step) {
             Place &place = places_[(hash + step) & mask_];
-            if (place.number == kFree) {
-                place = {tag, number};
+            if (place.keys == kFree) {
+                enter(place, hash, record);
                 return false;
             }
-            if (place.tag == tag && same(place.number)) {
+            if (place.tag == tag_of(hash) && same(at(place), record)) {
                 return true;
             }
         }
@@ -125,53 +122,76 @@ class kx_distinct_table {
 
   private:
     struct Place {
-        std::uint32_t tag, number;
+        std::uint32_t tag, keys; ///< where the keys begin, in units
     };
+    using Length = std::uint32_t;
     static constexpr std::uint32_t kFree = 0xffffffff;
+    static constexpr kx_i64 kUnit = 8;
     static constexpr kx_hash kMostSteps = 32; ///< so that no input makes it slow
 
-    static kx_i64 places_for(kx_i64 keys) { return to_i64(std::bit_ceil(4 * to_size(std::max<kx_i64>(keys, 1)))); }
+    static kx_i64 places_for(kx_i64 keys) { return to_i64(std::bit_ceil(2 * to_size(std::max<kx_i64>(keys, 1)))); }
+    static std::uint32_t tag_of(kx_hash hash) { return static_cast<std::uint32_t>(hash >> 32); }
+
+    [[nodiscard]] char *at(const Place &place) const { return keys_ + place.keys * kUnit; }
+
+    template <class View> static bool same(const char *keys, const View &record) {
+        return kx_every_key(record, [&](Bytes key) {
+            const Bytes held{keys + sizeof(Length), load_unaligned<Length>(keys)};
+            keys = held.ptr + held.len;
+            return same_bytes(held, key);
+        });
+    }
+
+    template <class View> void enter(Place &place, kx_hash hash, const View &record) {
+        kx_i64 size = 0;
+        kx_every_key(record, [&](Bytes key) {
+            size += to_i64(sizeof(Length)) + key.len;
+            return true;
+        });
+        const kx_i64 units = (size + kUnit - 1) / kUnit;
+        if (units * kUnit > room_ - taken_ * kUnit) {
+            return;
+        }
+        place = {tag_of(hash), static_cast<std::uint32_t>(taken_)};
+        taken_ += units;
+        char *to = at(place);
+        kx_every_key(record, [&](Bytes key) {
+            const auto length = static_cast<Length>(key.len);
+            std::memcpy(to, &length, sizeof length);
+            std::copy_n(key.ptr, key.len, to + sizeof length);
+            to += sizeof length + length;
+            return true;
+        });
+    }
 
     Place *places_;
     kx_hash mask_;
+    char *keys_;
+    kx_i64 room_, taken_ = 0; ///< bytes; units
 };
 
 /// Drops most items whose keys were there before, if a sample says that most items are such; what is left keeps its
 /// order. `memory` has room for 8 bytes an item. Returns how many are left of the n.
-template <class Items> kx_i64 kx_drop_frequent(const Items &items, void **slots, kx_i64 n, char *memory) {
+template <class Items> kx_i64 kx_drop_frequent(void **slots, kx_i64 n, char *memory) {
     constexpr kx_i64 kWorthwhile = 8, kBatch = 32;
-    const auto hash_of = [&](kx_i64 i) { return kx_hash_keys(items.view(slots[i])); };
+    const auto hash_of = [&](kx_i64 i) { return kx_hash_keys(Items::view(slots[i])); };
     const kx_i64 expected = kx_same_bytes_are_same_keys() ? kx_guess_distinct(n, hash_of) : n;
     if (expected > n / kWorthwhile) {
         return n;
     }
-    KX_ASSERT(kx_distinct_table::bytes_for(expected) <= n * 8);
-    kx_distinct_table table(memory, expected);
+    kx_distinct_table table(memory, n * to_i64(sizeof *slots), expected);
     std::array<kx_hash, kBatch> hashes;
     kx_i64 i = 0, kept = 0;
     while (i < n && kept < 2 * expected) {
         const kx_i64 first = i, end = std::min(n, i + kBatch);
         for (i = first; i < end; ++i) {
-            table.prefetch(hashes[to_size(i - first)] = hash_of(i));
+            table.touch_place(hashes[to_size(i - first)] = hash_of(i));
         }
-        const auto for_likely = [&](auto use) { // the items that the table says may be the same
-            for (kx_i64 k = 0; k < end - first; ++k) {
-                const std::uint32_t number = table.likely(hashes[to_size(k)]);
-                if (number < kept) {
-                    use(slots[number]);
-                }
-            }
-        };
-        for_likely([&](const void *item) { items.touch(item); });
-        for_likely([&](const void *item) {
-            kx_touch(items.view(item).record);
-            items.touch_fields(item, 0);
-        });
         for (i = first; i < end; ++i) {
-            const auto same = [&](std::uint32_t number) {
-                return kx_same_key_bytes(items.view(slots[number]), items.view(slots[i]));
-            };
-            if (!table.meet(hashes[to_size(i - first)], static_cast<std::uint32_t>(kept), same)) {
+            table.touch_keys(hashes[to_size(i - first)]);
+        }
+        for (i = first; i < end; ++i) {
+            if (!table.meet(hashes[to_size(i - first)], Items::view(slots[i]))) {
                 slots[kept++] = slots[i];
             }
         }

@@ -106,7 +106,7 @@ class kx_tree_heads {
         }
     }
     void remove_first() {
-        heads_[losers_[0]].run = nullptr;
+        heads_[losers_[0]] = {0, kExhausted, 0, nullptr, {}, 0};
         --count_;
         replay();
     }
@@ -116,11 +116,12 @@ class kx_tree_heads {
         kx_prefix prefix;
         kx_i64 depth;
         kx_i64 recency;    ///< when it was advanced; a later one comes first among equals
-        UnitDataInfo *run; ///< null: exhausted, behind all others
+        UnitDataInfo *run; ///< null: exhausted
         Bytes text;
         kx_i64 position; ///< of the record in the run's buffer
     };
-    static constexpr kx_i64 kSameText = std::numeric_limits<kx_i64>::max(); ///< as a depth
+    // As depths:
+    static constexpr kx_i64 kSameText = std::numeric_limits<kx_i64>::max(), kExhausted = -1;
 
     /// Grows from record to record as long as the buffer stays.
     static kx_i64 position_in_buffer(const UnitDataInfo &run) {
@@ -130,7 +131,7 @@ class kx_tree_heads {
     template <class Format> void look_at(const Format &format, Head &head, kx_i64 recency) const {
         UnitDataInfo &run = *head.run;
         const Bytes text = deepens_ ? format.text(run) : Bytes{};
-        const kx_prefix prefix = deepens_ ? rule_.at(text, 0) : format.prefix(run);
+        const kx_prefix prefix = deepens_ ? rule_.at(text, 0) : coded_ ? format.prefix(run) : 0;
         head = {prefix, 0, recency, &run, text, position_in_buffer(run)};
     }
 
@@ -171,15 +172,19 @@ class kx_tree_heads {
         }
     }
 
+    /// Whose code is less is anybody's guess: told without a branch, which would be taken wrongly half the time.
     bool precedes(Head &x, Head &y) const {
-        if (x.run == nullptr || y.run == nullptr) {
-            return x.run != nullptr;
+        const bool same_depth = x.depth == y.depth;
+        if (same_depth & (x.prefix == y.prefix)) {
+            return settle(x, y);
         }
-        if (x.depth != y.depth) {
-            return x.depth > y.depth;
-        }
-        if (coded_ && x.prefix != y.prefix) {
-            return x.prefix < y.prefix;
+        return (x.depth > y.depth) | (same_depth & (x.prefix < y.prefix));
+    }
+
+    /// Equal codes.
+    bool settle(Head &x, Head &y) const {
+        if (x.run == nullptr) {
+            return false; // like the other
         }
         return deepens_ ? precedes_deeper(x, y) : precedes_by_comparator(x, y);
     }
@@ -228,9 +233,10 @@ class kx_tree_heads {
     }
 
     void play(kx_i64 node, kx_i64 &winner) {
-        if (precedes(heads_[losers_[node]], heads_[winner])) {
-            std::swap(losers_[node], winner);
-        }
+        const kx_i64 loser = losers_[node];
+        const kx_i64 change = (loser ^ winner) & -static_cast<kx_i64>(precedes(heads_[loser], heads_[winner]));
+        losers_[node] = loser ^ change;
+        winner ^= change;
     }
 
     void *memory_ = nullptr;

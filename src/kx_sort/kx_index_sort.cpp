@@ -410,7 +410,7 @@ template <class Items> bool sort_by_prefix(kx_list *list) {
     constexpr kx_i64 kPerEntry = sizeof(kx_entry), kPerNumber = sizeof(kx_item_number);
     char *memory = take_scratch(n * kPerEntry);
     if (memory != nullptr && argsInfo.bUnique != 0 && n >= kManyItems) { // the table stands where the entries will
-        const kx_i64 left = kx_drop_frequent(Items{}, slots, n, memory);
+        const kx_i64 left = kx_drop_frequent<Items>(slots, n, memory);
         kx_list_delete(list, left, n - left);
         n = left;
     }

@@ -17,8 +17,6 @@ using std::string;
 
 struct FixedItems {
     static auto view(const void *item) { return fixed_item(item); }
-    static void touch(const void * /*item*/) {}
-    static void touch_fields(const void * /*item*/, kx_i64 /*key*/) {}
 };
 
 constexpr std::size_t kLength = 12, kKeyLength = 6;
@@ -49,16 +47,17 @@ class Distinct : public RunState {
     /// The numbers of the records that are left.
     static std::vector<std::size_t> left_of(const string &bytes) {
         std::vector<void *> slots;
-        for (std::size_t at = 0; at < bytes.size(); at += kLength) {
+        for (std::size_t at = 0; at < bytes.size(); at += to_size(argsInfo.recLen)) {
             slots.push_back(const_cast<char *>(bytes.data() + at));
         }
         dataEnd = bytes.data() + bytes.size();
         std::vector<std::uint64_t> memory(slots.size());
         const kx_i64 left =
-            kx_drop_frequent(FixedItems{}, slots.data(), to_i64(slots.size()), reinterpret_cast<char *>(memory.data()));
+            kx_drop_frequent<FixedItems>(slots.data(), to_i64(slots.size()), reinterpret_cast<char *>(memory.data()));
         std::vector<std::size_t> numbers;
         for (kx_i64 i = 0; i < left; ++i) {
-            numbers.push_back(to_size(static_cast<const char *>(slots[to_size(i)]) - bytes.data()) / kLength);
+            numbers.push_back(to_size(static_cast<const char *>(slots[to_size(i)]) - bytes.data()) /
+                              to_size(argsInfo.recLen));
         }
         return numbers;
     }
@@ -128,14 +127,32 @@ TEST_F(Distinct, NumbersAreLeftToTheSortUnlessTheyEndWithTheirKeys) {
     EXPECT_TRUE(left_of(records_with(keys)) == first_of_each(keys));
 }
 
+TEST_F(Distinct, WhereKeysAreTooLongForTheTableNoneIsLost) {
+    constexpr std::size_t kLong = 600;
+    set_fixed(kLong);
+    set_keys({key(0, kLong - 1)});
+    const std::vector<string> keys = random_keys(20'000, 300);
+    string bytes;
+    for (const string &text : keys) {
+        bytes += text + string(kLong - kKeyLength, '.');
+    }
+    const std::vector<std::size_t> left = left_of(bytes), first = first_of_each(keys);
+    EXPECT_LT(left.size(), keys.size());
+    EXPECT_GT(left.size(), first.size()) << "there was room for all";
+    EXPECT_TRUE(std::includes(left.begin(), left.end(), first.begin(), first.end()));
+}
+
 TEST_F(Distinct, KeysOfOneHashAreToldApart) {
-    std::vector<std::uint64_t> memory(to_size(kx_distinct_table::bytes_for(100)) / sizeof(std::uint64_t));
-    kx_distinct_table table(reinterpret_cast<char *>(memory.data()), 100);
+    const string bytes = records_with(random_keys(100, 1)); // whole records differ by their numbers
+    argsInfo.bRecSort = kRecSortAsc;
+    std::vector<std::uint64_t> memory(10'000);
+    kx_distinct_table table(reinterpret_cast<char *>(memory.data()), 80'000, 100);
     constexpr kx_hash kHash = 0x1234567812345678;
     std::size_t found = 0;
-    for (std::uint32_t number = 0; number < 100; ++number) {
-        EXPECT_FALSE(table.meet(kHash, number, [](std::uint32_t) { return false; }));
-        found += table.meet(kHash, 1000, [number](std::uint32_t other) { return other == number; }) ? 1U : 0U;
+    for (std::size_t number = 0; number < 100; ++number) {
+        const auto record = fixed_item(bytes.data() + number * kLength);
+        EXPECT_FALSE(table.meet(kHash, record));
+        found += table.meet(kHash, record) ? 1U : 0U;
     }
     EXPECT_GT(found, 10U) << "those near their place are found";
     EXPECT_LT(found, 100U) << "nor is looked for the others for ever";
