@@ -268,9 +268,9 @@ template <class Items> class IndexSort {
         }
     }
 
-    /// Hands the records of a group to use(entry, record).
-    template <class Use> void for_group(kx_i64 first, kx_i64 last, const Told &told, Use use) {
-        const kx_i64 depth = told.bytes == kAll ? 0 : told.bytes;
+    /// Hands the records of a group to use(entry, record), which reads texts behind what is told, up to `depth`.
+    template <class Use> void for_group(kx_i64 first, kx_i64 last, const Told &told, kx_i64 depth, Use use) {
+        const kx_i64 begin = told.bytes == kAll ? 0 : told.bytes;
         for (kx_i64 i = first; i < last; ++i) {
             if (i + kLocatorsAhead < last) {
                 Items::touch(item_at(i + kLocatorsAhead));
@@ -280,8 +280,9 @@ template <class Items> class IndexSort {
             }
             if (i + kTextsAhead < last) {
                 const Bytes text = told.rule.bytes_of(view(i + kTextsAhead));
-                if (text.len > depth) { // a field cut off has no place at all
-                    __builtin_prefetch(text.ptr + depth);
+                if (text.len > begin) { // a field cut off has no place at all
+                    __builtin_prefetch(text.ptr + begin);
+                    __builtin_prefetch(text.ptr + std::clamp(depth, begin, text.len));
                 }
             }
             use(i, view(i));
@@ -312,7 +313,7 @@ template <class Items> class IndexSort {
     Look look_at(kx_i64 first, kx_i64 last, const Told &told, kx_i64 depth) {
         const Bytes pattern = told.rule.bytes_of(view(first));
         Look seen{kAll, 0, pattern.len};
-        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+        for_group(first, last, told, depth, [&](kx_i64 i, const auto &record) {
             const Bytes text = told.rule.bytes_of(record);
             seen.shortest = std::min(seen.shortest, text.len);
             seen.longest = std::max(seen.longest, text.len);
@@ -365,13 +366,13 @@ template <class Items> class IndexSort {
 
     /// Of texts that agree as far as told, those that end come first, the shorter before the longer.
     void read_lengths(kx_i64 first, kx_i64 last, const Told &told) {
-        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+        for_group(first, last, told, 0, [&](kx_i64 i, const auto &record) {
             prefixes_[i] = told.rule.of_length(std::min(told.rule.bytes_of(record).len, told.bytes + 1));
         });
     }
 
     void read_number(kx_i64 first, kx_i64 last, const Told &told) {
-        for_group(first, last, told, [&](kx_i64 i, const auto &record) {
+        for_group(first, last, told, 0, [&](kx_i64 i, const auto &record) {
             prefixes_[i] = told.rule.whole_number(told.rule.bytes_of(record), record.end);
         });
     }
@@ -379,7 +380,7 @@ template <class Items> class IndexSort {
     void read_next_key(kx_i64 first, kx_i64 last, Told &told) {
         told.rule = kx_prefix_rule_of_key(told.rule.number + 1);
         told.bytes = 0;
-        for_group(first, last, told, [&](kx_i64 i, const auto &record) { prefixes_[i] = told.rule.of(record); });
+        for_group(first, last, told, 0, [&](kx_i64 i, const auto &record) { prefixes_[i] = told.rule.of(record); });
     }
 
     void compare(kx_i64 first, kx_i64 last) {
