@@ -18,6 +18,7 @@
 
 #include "kx_sort/kx_distinct.h"
 #include "kx_sort/kx_entries.h"
+#include "kx_utils/kx_fault.h"
 #include "kx_utils/kx_system_memory.h"
 
 namespace orkan {
@@ -406,8 +407,8 @@ template <class Items> class IndexSort {
 
 /// False when memory is refused: the items are in buffer order still.
 template <class Items> bool sort_by_prefix(kx_list *list) {
-    void **slots = &list->tab[kx_ring_slot(list, 0)];
     kx_i64 n = kx_list_len(list);
+    void **slots = &list->tab[kx_ring_slot(list, 0)];
     constexpr kx_i64 kPerEntry = sizeof(kx_entry), kPerNumber = sizeof(kx_item_number);
     char *memory = take_scratch(n * kPerEntry);
     if (memory != nullptr && argsInfo.bUnique != 0 && n >= kManyItems) { // the table stands where the entries will
@@ -437,7 +438,7 @@ bool sort_by_prefix(kx_list *list) {
 
 bool prefix_sort_applies(const kx_list *list) {
     const kx_i64 n = kx_list_len(list);
-    return VERBOSE == 0 && n >= kSmallIndex && n <= kMostRecords;
+    return VERBOSE == 0 && n >= kx_least_indexed(kSmallIndex) && n <= kMostRecords;
 }
 
 int sort_by_comparator(kx_list *list, bool stable) {

@@ -40,7 +40,7 @@ constexpr bool kx_fault(kx_site /*site*/, kx_i64 /*bytes*/ = 0) { return false; 
 
 #ifdef ORKAN_FAULT_HOOKS
 struct kx_small_sizes {
-    kx_i64 budget, pool, buffer, locators = 0, mapping = 0, record = 0; ///< 0: as in the product
+    kx_i64 budget, pool, buffer, locators = 0, mapping = 0, record = 0, index = 0; ///< 0: as in the product
 };
 extern kx_small_sizes kx_small;
 inline kx_i64 kx_budget_bytes(kx_i64 size) { return kx_small.budget > 0 ? kx_small.budget : size; }
@@ -49,6 +49,7 @@ inline kx_i64 kx_buffer_bytes(kx_i64 size) { return kx_small.buffer > 0 && size 
 inline kx_i64 kx_first_locators(kx_i64 count) { return kx_small.locators > 0 ? kx_small.locators : count; }
 inline kx_i64 kx_least_mapped(kx_i64 size) { return kx_small.mapping > 0 ? kx_small.mapping : size; }
 inline kx_i64 kx_record_bytes(kx_i64 size) { return kx_small.record > 0 ? kx_small.record : size; }
+inline kx_i64 kx_least_indexed(kx_i64 count) { return kx_small.index > 0 ? kx_small.index : count; }
 #else
 constexpr kx_i64 kx_budget_bytes(kx_i64 size) { return size; }
 constexpr kx_i64 kx_pool_bytes(kx_i64 size) { return size; }
@@ -56,6 +57,7 @@ constexpr kx_i64 kx_buffer_bytes(kx_i64 size) { return size; }
 constexpr kx_i64 kx_first_locators(kx_i64 count) { return count; }
 constexpr kx_i64 kx_least_mapped(kx_i64 size) { return size; }
 constexpr kx_i64 kx_record_bytes(kx_i64 size) { return size; }
+constexpr kx_i64 kx_least_indexed(kx_i64 count) { return count; }
 #endif
 
 } // namespace orkan

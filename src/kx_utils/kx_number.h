@@ -59,7 +59,7 @@ class kx_eight_bytes {
     }
 
   private:
-    static constexpr std::uint64_t every(unsigned char byte) { return 0x0101010101010101 * byte; }
+    static constexpr std::uint64_t every(unsigned char byte) { return std::uint64_t{0x0101010101010101} * byte; }
     static kx_i64 leading_zeros_of(std::uint64_t bytes) { return std::countr_zero(bytes) / 8; }
 
     std::uint64_t bytes_ = 0;

@@ -102,6 +102,7 @@ void choose_sizes(Run &run, std::mt19937 &random) {
         run.sizes.budget = orkan::BASIC_SIZE + 8 * kLongest + static_cast<orkan::kx_i64>(below(random, 6000));
     }
     run.sizes.pool = orkan::kx_i64{1024} << below(random, 10);
+    run.sizes.index = below(random, 3) == 0 ? 2 : 0; // few records are sorted by prefixes, too
     // Kept: without complete mode one buffer of each fixed-length input is merged.
     if (below(random, 4) > 0 && !(is_fixed(run) && run.path == Path::presorted && !run.complete)) {
         run.sizes.buffer = kLongest + static_cast<orkan::kx_i64>(below(random, 900));

@@ -155,7 +155,8 @@ orkan::kx_small_sizes sizes_of(const FaultCase &c) {
     return {.budget = orkan::BASIC_SIZE + above,
             .pool = kPool,
             .buffer = kBuffer,
-            .mapping = c.route == Route::mapped ? 1 : 0};
+            .mapping = c.route == Route::mapped ? 1 : 0,
+            .index = c.wish == Wish::stable ? 0 : 2}; // sorted by comparisons, and by prefixes
 }
 
 } // namespace support
