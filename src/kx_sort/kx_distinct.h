@@ -99,7 +99,7 @@ class kx_distinct_table {
     void touch_keys(kx_hash hash) const {
         constexpr kx_i64 kCacheLine = 64;
         const Place &place = places_[hash & mask_];
-        if (place.tag == tag_of(hash)) {
+        if (place.keys != kFree && place.tag == tag_of(hash)) {
             __builtin_prefetch(at(place));
             __builtin_prefetch(at(place) + kCacheLine);
         }

@@ -108,9 +108,9 @@ template <class Items> class Numbering {
         return first_ + stride_ * (table_ == nullptr ? number : table_[number]);
     }
 
-    static bool has_gaps(void *const *slots, kx_i64 n) {
-        return static_cast<const char *>(slots[n - 1]) - static_cast<const char *>(slots[0]) !=
-               (n - 1) * Items::stride();
+    /// The places from the first item to the last; without gaps as many as there are items.
+    static kx_i64 places(void *const *slots, kx_i64 n) {
+        return (static_cast<const char *>(slots[n - 1]) - static_cast<const char *>(slots[0])) / Items::stride() + 1;
     }
 
   private:
@@ -405,7 +405,7 @@ template <class Items> class IndexSort {
     bool drops_ = argsInfo.bUnique != 0;
 };
 
-/// False when memory is refused: the items are in buffer order still.
+/// False when memory is refused or numbers would not do: the items are in buffer order still.
 template <class Items> bool sort_by_prefix(kx_list *list) {
     kx_i64 n = kx_list_len(list);
     void **slots = &list->tab[kx_ring_slot(list, 0)];
@@ -416,7 +416,11 @@ template <class Items> bool sort_by_prefix(kx_list *list) {
         kx_list_delete(list, left, n - left);
         n = left;
     }
-    const bool gaps = Numbering<Items>::has_gaps(slots, n);
+    const kx_i64 places = Numbering<Items>::places(slots, n);
+    if (places > kMostRecords) {
+        return false;
+    }
+    const bool gaps = places > n;
     memory = memory != nullptr && gaps ? take_scratch(n * (kPerEntry + kPerNumber)) : memory;
     if (memory == nullptr) {
         return false;

@@ -2,12 +2,16 @@
 #include "kx_sort/kx_index_sort.h"
 
 #include <algorithm>
+#include <cstring>
 #include <functional>
 #include <random>
 #include <string>
+#include <sys/mman.h>
+#include <utility>
 #include <vector>
 
 #include "kx_sort/kx_comparators.h"
+#include "kx_utils/kx_fault.h"
 #include "support/index.h"
 #include "support/model.h"
 #include "support/run_state.h"
@@ -63,6 +67,31 @@ TEST_F(IndexSort, RecordsThatAreNotInTheIndexLeaveGaps) {
         expect_sorted(bytes, first, 1);
     }
     expect_sorted(bytes, 100, 1300);
+}
+
+// More places than numbers have bits: of 64 GiB of addresses three pages are used.
+TEST_F(IndexSort, RecordsTooFarApartForTheirNumbersAreCompared) {
+    constexpr kx_i64 kLength = 16, kFar = (kx_i64{1} << 32) + 5;
+    constexpr std::size_t kBytes = to_size((kFar + 2) * kLength);
+    void *const region =
+        mmap(nullptr, kBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    if (region == MAP_FAILED) {
+        GTEST_SKIP() << "no such many addresses";
+    }
+    set_fixed(kLength);
+    set_keys({key(0, 4)});
+    kx_small.index = 2;
+    auto *bytes = static_cast<char *>(region);
+    dataEnd = bytes + kBytes;
+    const kx_list_owner list(__kx_list_create());
+    for (const auto &[place, text] : {std::pair<kx_i64, const char *>{0, "b"}, {kFar, "c"}, {kFar + 1, "a"}}) {
+        std::strcpy(bytes + place * kLength, text);
+        ASSERT_EQ(kx_list_append(list.get(), bytes + place * kLength), 0);
+    }
+    ASSERT_EQ(kx_sort_index(list.get(), false), 0);
+    kx_small = {};
+    EXPECT_TRUE((items_of(list.get()) == Items{bytes + (kFar + 1) * kLength, bytes, bytes + kFar * kLength}));
+    munmap(region, kBytes);
 }
 
 TEST_F(IndexSort, TextKeysOfEveryLength) {
