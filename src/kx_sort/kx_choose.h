@@ -32,7 +32,7 @@ kx_head_order kx_choose_run_order();
 kx_head_order kx_choose_presorted_order();
 
 /// The duplicate test of a merge: the run that the last record left from, and the candidate's run. Null for
-/// fixed-length records, which a merge compares by cmpIfEqual_within.
+/// fixed-length records, which a merge compares by cmpIfEqual_head.
 kx_compare kx_choose_run_difference();
 kx_compare kx_choose_presorted_difference();
 

@@ -147,9 +147,9 @@ int _cmpIfEqual(const void *a, const void *b) {
     return differ(fixed_item(a), fixed_item(b));
 }
 
-int cmpIfEqual_within(const char *a, const char *a_end, const char *b, const char *b_end) {
+int cmpIfEqual_head(const char *last, const UnitDataInfo &candidate) {
     count_call(cmpIfEqual);
-    return differ(fixed_within(a, a_end), fixed_within(b, b_end));
+    return differ(last_fixed(last), fixed_head(candidate));
 }
 
 int _cmpIfEqual_variable(const void *a, const void *b) {

@@ -13,6 +13,8 @@
 
 namespace orkan {
 
+struct UnitDataInfo;
+
 // Index items.
 int _cmpList(const void *a, const void *b);
 int _cmpList_totalRec(const void *a, const void *b);
@@ -48,8 +50,9 @@ int _cmpList_merge_totalRec_csv_stabilize(const void *a, const void *b);
 // Duplicates: two index items; for the others `last` and `candidate` are the runs (UnitDataInfo) that hold the record
 // last output (justOut fields) and the candidate.
 int _cmpIfEqual(const void *a, const void *b);
-/// As _cmpIfEqual, counted with it, for records of which the bytes up to each end are held (in merge buffers).
-int cmpIfEqual_within(const char *a, const char *a_end, const char *b, const char *b_end);
+/// As _cmpIfEqual, counted with it, in a merge: the record staged last, behind which nothing is held, and the
+/// candidate's run.
+int cmpIfEqual_head(const char *last, const UnitDataInfo &candidate);
 int _cmpIfEqual_variable(const void *a, const void *b);
 int _cmpIfEqual_csv(const void *a, const void *b);
 int _cmpIfEqual_unit_variable(const void *last, const void *candidate);

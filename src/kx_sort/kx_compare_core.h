@@ -45,12 +45,12 @@ inline bool same_bytes(Bytes a, Bytes b) { return a.len == b.len && by_common_by
 
 /// The number that starts where `key` does, of at most `limit` bytes; 0 for a key without a place. In complete mode the
 /// key's own bytes and no others.
-inline kx_i64 number_at(Bytes key, kx_i64 limit, const char *end) {
+template <class View> kx_i64 number_at(Bytes key, kx_i64 limit, const View &view) {
     if (key.ptr == nullptr) {
         return 0;
     }
     return numbers_end_with_keys() ? atol2_within(key.ptr, key.len, key.ptr + key.len)
-                                   : atol2_within(key.ptr, limit, end);
+                                   : atol2_within(key.ptr, limit, view.end, view.white_space);
 }
 
 // ---- Order by sort keys ------------------------------------------------------------------------------------------
@@ -77,7 +77,7 @@ template <class View>
         return empty_last(x, y);
     }
     if (key.type == kTypeNum) {
-        const int order = order_of(number_at(x, x.len, a.end), number_at(y, y.len, b.end));
+        const int order = order_of(number_at(x, x.len, a), number_at(y, y.len, b));
         return directed(key.srtSeq, order != 0 || !View::kIsCsv ? order : empty_before_zero(x, y));
     }
     return by_text(key.srtSeq, x, y);
@@ -175,7 +175,7 @@ bool same_key(const KeyInfo &key, kx_i64 number, const Last &last, const View &c
             return false;
         }
         const kx_i64 limit = rule == number_limit::own_length ? y.len : x.len;
-        return number_at(x, x.len, last.end) == number_at(y, limit, candidate.end);
+        return number_at(x, x.len, last) == number_at(y, limit, candidate);
     }
     return same_bytes(x, y);
 }

@@ -373,9 +373,8 @@ template <class Items> class IndexSort {
     }
 
     void read_number(kx_i64 first, kx_i64 last, const Told &told) {
-        for_group(first, last, told, 0, [&](kx_i64 i, const auto &record) {
-            prefixes_[i] = told.rule.whole_number(told.rule.bytes_of(record), record.end);
-        });
+        for_group(first, last, told, 0,
+                  [&](kx_i64 i, const auto &record) { prefixes_[i] = told.rule.whole_number(record); });
     }
 
     void read_next_key(kx_i64 first, kx_i64 last, Told &told) {

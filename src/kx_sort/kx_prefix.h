@@ -52,7 +52,7 @@ struct kx_prefix_rule {
             return ~kx_prefix{0};
         }
         const kx_prefix ascending =
-            key.type == kTypeNum ? number_prefix(number_at(bytes, bytes.len, view.end)) : text_prefix(bytes);
+            key.type == kTypeNum ? number_prefix(number_at(bytes, bytes.len, view)) : text_prefix(bytes);
         return View::kIsCsv && empty_last ? directed_prefix(ascending) >> 1 : directed_prefix(ascending);
     }
 
@@ -74,12 +74,13 @@ struct kx_prefix_rule {
     /// Records with the number of this one may have an empty column or a 0, which are not the same.
     template <class View> [[nodiscard]] bool empty_may_be_among(const View &view) const {
         const Bytes bytes = bytes_of(view);
-        return View::kIsCsv && tells_empty_from_zero() && number_at(bytes, bytes.len, view.end) == 0;
+        return View::kIsCsv && tells_empty_from_zero() && number_at(bytes, bytes.len, view) == 0;
     }
 
     /// The whole number, where -N has cost the prefix its last bit.
-    [[nodiscard]] kx_prefix whole_number(Bytes number_text, const char *end) const {
-        return directed_prefix(number_prefix(number_at(number_text, number_text.len, end)));
+    template <class View> [[nodiscard]] kx_prefix whole_number(const View &view) const {
+        const Bytes bytes = bytes_of(view);
+        return directed_prefix(number_prefix(number_at(bytes, bytes.len, view)));
     }
 
     /// Orders texts by their lengths.

@@ -25,7 +25,7 @@ class kx_fixed_runs {
 
     static bool stage_is_full(kx_i64 /*bytes*/) { return argsInfo.outFile.outBufOffset >= argsInfo.outFile.outBufSize; }
     [[nodiscard]] bool differs(const UnitDataInfo &run) const {
-        return last_ == nullptr || cmpIfEqual_within(last_, last_ + length_, run.buf + run.bufOffset, end_of(run)) != 0;
+        return last_ == nullptr || cmpIfEqual_head(last_, run) != 0;
     }
     int staged(const UnitDataInfo & /*run*/, Bytes copy) {
         last_ = copy.ptr;

@@ -14,6 +14,11 @@ int kx_isnumeric(const char *text) {
     return 0;
 }
 
+kx_i64 atol2_behind_white_space(const char *s, kx_i64 limit, const char *end, kx_white_space *known) {
+    s = known != nullptr ? known->behind(s, end) : kx_behind_white_space(s, end);
+    return parse_number(s, limit, [end](const char *p) { return p >= end; });
+}
+
 kx_i64 atol2(const char *s, kx_i64 limit) {
     return parse_number(s, limit, [](const char *) { return false; });
 }

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "kx_utils/kx_text.h"
+#include "kx_utils/kx_white_space.h"
 
 namespace orkan {
 
@@ -65,22 +66,26 @@ class kx_eight_bytes {
     std::uint64_t bytes_ = 0;
 };
 
+/// atol2_within where white space may go on for long.
+kx_i64 atol2_behind_white_space(const char *s, kx_i64 limit, const char *end, kx_white_space *known);
+
 /// The value of a numeric key: leading white space (bytes 9 to 13, space) is skipped without counting against the
 /// limit, then an optional sign (which counts) and at most the remaining limit of decimal digits are read, up to the
 /// first other byte. No digit gives 0; the value wraps on overflow. Nothing at or behind `end` is read: there the
 /// bytes end as if a NUL stood there, so a key with leading blanks may take digits from behind its last byte, but
-/// never from foreign memory.
-inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end) {
+/// never from foreign memory. `known`: what is known of the white space in front of `end`, if anything is kept.
+inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end, kx_white_space *known = nullptr) {
     constexpr kx_i64 kEight = kx_eight_bytes::kSize, kReach = 3 * kEight + 1; // blanks, a sign, and digits twice
+    constexpr kx_i64 kNear = 8 * kEight;
     constexpr std::array<std::uint64_t, kEight + 1> kPowers{1,      10,      100,      1000,     10000,
                                                             100000, 1000000, 10000000, 100000000};
     kx_i64 blanks = kEight;
-    while (blanks == kEight && end - s >= kReach) {
+    for (kx_i64 passed = 0; blanks == kEight && passed < kNear && end - s >= kReach; passed += blanks) {
         blanks = kx_eight_bytes(s).leading_blanks();
         s += blanks;
     }
     if (blanks == kEight || is_white_space(*s)) {
-        return parse_number(s, limit, [end](const char *p) { return p >= end; });
+        return atol2_behind_white_space(s, limit, end, known);
     }
     const bool negative = *s == '-', is_signed = negative || *s == '+';
     const char *digits = s + is_signed;

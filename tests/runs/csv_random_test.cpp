@@ -24,9 +24,10 @@ class Random {
     bool flip() { return below(2) == 0; }
 
     string bytes(std::size_t size, bool blanks) {
-        static const string alphabets[] = {"ab,\"\n", "0123456789,\n-", "abc,,\n\r",        ";:ab\"\"\r\n,,",
-                                           ",,,,\n",  "  \t5-,\n",      " \t0123,,\"\"\n\n"};
-        const string &letters = alphabets[below(blanks ? 7 : 5)];
+        static const string alphabets[] = {
+            "ab,\"\n", "0123456789,\n-", "abc,,\n\r",         ";:ab\"\"\r\n,,",
+            ",,,,\n",  "  \t5-,\n",      " \t0123,,\"\"\n\n", string(90, ' ') + string(60, '\n') + "57,,"};
+        const string &letters = alphabets[below(blanks ? 8 : 5)];
         string text(size, ' ');
         for (char &c : text) {
             c = letters[below(letters.size())];

@@ -60,9 +60,14 @@ class Random : public support::Dice {
     using Dice::Dice;
 
     string data(std::size_t bytes) {
-        static const string alphabets[] = {"ab",          " 0123456789", " \t-+019",
-                                           "abcdefgh \n", "0000000001",  "\x01\x7f\x80\xff"};
-        return text(bytes, alphabets[below(6)]);
+        static const string alphabets[] = {"ab",
+                                           " 0123456789",
+                                           " \t-+019",
+                                           "abcdefgh \n",
+                                           "0000000001",
+                                           "\x01\x7f\x80\xff",
+                                           string(150, ' ') + "1234567"};
+        return text(bytes, alphabets[below(7)]);
     }
 
     Rules rules(std::size_t record_length) {

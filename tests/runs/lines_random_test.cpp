@@ -66,9 +66,14 @@ class Random : public support::Dice {
 
     /// Bytes among which newline codes, signs and blanks are frequent.
     string bytes(std::size_t size) {
-        static const string alphabets[] = {"ab\n\r",           " 0123456789\r\n",   " \t-+019\n\r",
-                                           "abcdefgh    \r\n", "000000000000001\n", "\x01\x7f\x80\xff\n"};
-        string text = Dice::text(size, alphabets[below(6)]);
+        static const string alphabets[] = {"ab\n\r",
+                                           " 0123456789\r\n",
+                                           " \t-+019\n\r",
+                                           "abcdefgh    \r\n",
+                                           "000000000000001\n",
+                                           "\x01\x7f\x80\xff\n",
+                                           string(90, ' ') + string(90, '\n') + "123456789"};
+        string text = Dice::text(size, alphabets[below(7)]);
         for (std::size_t at = 0; at + 1 < size; at += 1 + below(60)) {
             text.replace(at, 2, "\r\n");
         }

@@ -101,6 +101,23 @@ class Data(Hostile):
             self.write(b"open", b'"' + rows * 100)
             self.assert_refused(TOO_LONG_JA, *args, stdin=data)
 
+    def test_numbers_in_nothing_but_white_space(self):
+        """White space does not count against a numeric key's limit, so by default each is looked for to the end."""
+        for record, count, options in [
+            (b"\n", 1_000_000, ["-K0,1n"]),
+            (b" " * 4, 1 << 18, ["-L4", "-K0,1n", "-K2,1dn"]),
+            (b"\t" * 5 + b"\n", 300_000, ["-C", "-D", "\\t", "-K1n", "-K3n"]),
+        ]:
+            self.write(b"blank", record * count)
+            for order, left in [("-S", count), ("-U", 1)]:
+                for _, args, data in self.in_every_path([*options, order], "blank", record * count):
+                    self.assert_gives(record * left, *args, stdin=data)
+        threes, fives = (b"\n" * 999 + b"3\n") * 500, (b"\n" * 999 + b"5\n") * 500
+        self.write(b"few", fives + threes)
+        if self.complete:  # an empty line is 0
+            threes, fives = b"\n" * 999_000 + b"3\n" * 500, b"5\n" * 500
+        self.assert_gives(threes + fives, "-S", "-K0,1n", "few")
+
     def test_long_and_quoting_delimiters(self):
         long = "x" * 65536
         rows = [f"{n}{long}{9 - n}\n".encode() for n in (3, 1, 2)]

@@ -125,7 +125,7 @@ class Pair {
   private:
     void place_index() {
         blocks_[0] = ExactBytes(samples_[0].bytes + samples_[1].bytes + tail_);
-        dataEnd = blocks_[0].at() + blocks_[0].size();
+        kx_data_end_at(blocks_[0].at() + blocks_[0].size());
         slots_[0] = item(0, blocks_[0].at());
         slots_[1] = item(1, blocks_[0].at(samples_[0].bytes.size()));
     }

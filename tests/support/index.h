@@ -60,6 +60,7 @@ inline const Alphabet kAlphabets[] = {
     {"mostly blanks", "       \t\n5-"},
     {"high and low", std::string("\0\x7f\x80\xff", 4)},
     {"one value", "="},
+    {"long stretches of blanks", std::string(140, ' ') + std::string(50, '\n') + "123456789-"},
 };
 
 inline std::string random_bytes(std::mt19937 &random, const Alphabet &alphabet, std::size_t size) {

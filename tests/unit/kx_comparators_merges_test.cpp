@@ -167,19 +167,27 @@ TEST_F(Comparators, FixedRecordsOfMergeBuffersEndWhereTheirBytesDo) {
     const ExactBytes staged("12 "), current("  12");
     sort_by({number(0, 2)});
     argsInfo.recLen = 3;
-    const char *a = staged.at(), *b = current.at();
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, b, b + 4), 0) << "reads the 2 behind the record";
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, b, b + 3), 1) << "the buffer ends there";
+    const char *last = staged.at();
+    UnitDataInfo same{}, candidate{};
+    same.buf = staged.at();
+    same.bufSize = 3;
+    candidate.buf = current.at();
+    candidate.bufSize = 4;
+    EXPECT_EQ(cmpIfEqual_head(last, candidate), 0) << "reads the 2 behind the record";
+    candidate.bufSize = 3;
+    EXPECT_EQ(cmpIfEqual_head(last, candidate), 1) << "the buffer ends there";
     sort_by({text(0, 3)});
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, b, b + 4), 1);
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, a, a + 3), 0);
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, a, a + 2), 1) << "a cut record";
+    EXPECT_EQ(cmpIfEqual_head(last, candidate), 1);
+    EXPECT_EQ(cmpIfEqual_head(last, same), 0);
+    same.bufSize = 2;
+    EXPECT_EQ(cmpIfEqual_head(last, same), 1) << "a cut record";
     sort_whole(kRecSortAsc);
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, b, b + 4), 1);
-    EXPECT_EQ(cmpIfEqual_within(a, a + 3, a, a + 3), 0);
+    same.bufSize = 3;
+    EXPECT_EQ(cmpIfEqual_head(last, candidate), 1);
+    EXPECT_EQ(cmpIfEqual_head(last, same), 0);
     EXPECT_EQ(cmpIfEqual, 0);
     VERBOSE = 1;
-    cmpIfEqual_within(a, a + 3, b, b + 4);
+    cmpIfEqual_head(last, candidate);
     EXPECT_EQ(cmpIfEqual, 1) << "counted with _cmpIfEqual";
 }
 

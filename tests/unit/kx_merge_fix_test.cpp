@@ -88,7 +88,7 @@ TEST_F(MergeFix, RecordsCutByTheBuffersEndComeOutWhole) {
 TEST_F(MergeFix, NumbersReadOnInTheBlocksBuffer) {
     const Rules rules{.keys = {{.position = 8, .length = 2, .numeric = true}}, .stable = true};
     for (kx_i64 share = 0; share < 200; share += 7) {
-        for (const Alphabet &alphabet : {kAlphabets[2], kAlphabets[4]}) {
+        for (const Alphabet &alphabet : {kAlphabets[2], kAlphabets[4], kAlphabets[7]}) {
             SCOPED_TRACE(share);
             set_rules(rules);
             start_blocks();

@@ -92,6 +92,26 @@ TEST_F(LargePresorted, TheBuffersEndCutsRecordsAnywhere) {
     }
 }
 
+// A number goes on behind white space, so where that ends is remembered: for one filling of the buffer.
+TEST_F(LargePresorted, NumbersBehindWhiteSpaceAreThoseOfThePresentBuffer) {
+    for (const auto &[format, blank] : {std::pair(kx_format::variable, "\n"), std::pair(kx_format::csv, " \n")}) {
+        Job job = key_job(format, 1);
+        job.rules.keys[0].numeric = job.csv.keys[0].numeric = true;
+        make_stable(job, true);
+        string blanks, rest; // a buffer each
+        while (blanks.size() < kMib) {
+            blanks += blank;
+            rest += "9\n";
+        }
+        ASSERT_EQ(blanks.size(), kMib);
+        configure(job);
+        const Merged merged = merge({blanks + blank + "7a\n" + blank + "8a\n" + rest, "5b\n7b\n8b\n"});
+        EXPECT_EQ(merged.status, 0);
+        const string expected = blanks + "5b\n" + blank + "7a\n7b\n" + blank + "8a\n8b\n" + rest;
+        EXPECT_TRUE(merged.out == expected) << merged.out.substr(kMib, 40);
+    }
+}
+
 TEST_F(LargePresorted, AnInputMayEndWithItsBuffer) {
     for (const kx_format format : kNewlineFormats) {
         for (const string &code : kCodes) {
