@@ -17,6 +17,13 @@ void check_numbers(const std::string &text, kx_i64 limit) {
     const ExactBytes bytes(text);
     const kx_i64 value = support::model_number(text, 0, to_size(std::max<kx_i64>(limit, 0)));
     check(atol2_within(bytes.begin(), limit, bytes.end()) == value, "atol2_within gives the number");
+    kx_white_space known{};
+    for (const std::size_t sixths : {4U, 2U, 3U, 0U}) {
+        const std::size_t at = text.size() * sixths / 6;
+        check(atol2_within(bytes.begin() + at, limit, bytes.end(), &known) ==
+                  support::model_number(text, at, to_size(std::max<kx_i64>(limit, 0))),
+              "what is known of white space changes no number");
+    }
     check(atol2(text.c_str(), limit) == value, "atol2 gives the number");
 }
 
