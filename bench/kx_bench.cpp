@@ -49,7 +49,7 @@ class Run {
         argsInfo.recLen = kRecordLength;
         argsInfo.arrSortKey = &key_;
         argsInfo.keyNums = 1;
-        kx_data_end_at(records_.data() + records_.size());
+        kx_data_in({records_.data(), to_i64(records_.size())});
         for (kx_i64 i = 0; i < n; ++i) {
             in_input_order_.push_back(records_.data() + i * kRecordLength);
         }
@@ -62,7 +62,7 @@ class Run {
         kx_mem_pool_free(memPool);
         memPool = nullptr;
         argsInfo = ArgsInfo{};
-        kx_data_end_at(nullptr);
+        dataEnd = nullptr;
     }
     Run(const Run &) = delete;
     Run &operator=(const Run &) = delete;

@@ -46,8 +46,8 @@ int kx_fill_block(kx_i64 i, kx_stream &tmp) {
     if (kx_stream_read(tmp, run.buf, run.bufSize) != run.bufSize) {
         return kx_fail(msg::kReadTemporaryFile);
     }
+    numberMemo.forget({run.buf, run.bufSize});
     run.index = i;
-    kx_white_space_of(run) = {};
     run.currRec = 0;
     run.bufOffset = 0;
     run.offset = run.bufSize;
@@ -63,12 +63,12 @@ int read_on(UnitDataInfo &run, kx_i64 room, kx_stream &tmp) {
     }
     const kx_i64 rest = std::max<kx_i64>(run.size - run.offset, 0);
     const kx_i64 got = kx_stream_read(tmp, run.buf + run.bufSize, std::min(room, rest));
-    kx_white_space_of(run) = {};
     if (got < 0) {
         return kx_fail(msg::kReadTemporaryFile);
     }
     run.offset += got;
     run.bufSize += got;
+    numberMemo.forget({run.buf, run.bufSize});
     return 0;
 }
 

@@ -49,8 +49,8 @@ template <class View> kx_i64 number_at(Bytes key, kx_i64 limit, const View &view
     if (key.ptr == nullptr) {
         return 0;
     }
-    return numbers_end_with_keys() ? atol2_within(key.ptr, key.len, key.ptr + key.len)
-                                   : atol2_within(key.ptr, limit, view.end, view.white_space);
+    return numbers_end_with_keys() ? atol2_within(key.ptr, key.len, key.ptr + key.len, &numberMemo)
+                                   : atol2_within(key.ptr, limit, view.end, &numberMemo);
 }
 
 // ---- Order by sort keys ------------------------------------------------------------------------------------------

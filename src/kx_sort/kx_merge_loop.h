@@ -35,6 +35,7 @@ template <class Format> int kx_emit_unique(Format &format, UnitDataInfo &head, B
         return 0;
     }
     const Bytes copy = kx_stage_append(record);
+    numberMemo.forget(copy); // the next one is compared with these bytes
     return copy.ptr != nullptr ? format.staged(head, copy) : 1;
 }
 

@@ -72,7 +72,6 @@ int kx_presorted_runs::read_on(UnitDataInfo &run, const kx_message<> &failure) {
     const bool large = from.memory.records.bytes + from.memory.fields.bytes > from.capacity;
     VERBOSE != 0 || large ? release_index(run) : release_list(run);
     run.bufSize -= from.indexed;
-    kx_white_space_of(run) = {};
     std::memmove(run.buf, run.buf + from.indexed, to_size(run.bufSize));
     from.indexed = 0;
     if (run.bufSize == from.capacity && grow(run, from) != 0) {

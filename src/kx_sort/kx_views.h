@@ -98,8 +98,7 @@ enum class trust { index, checked };
 template <trust from> struct ByteView {
     static constexpr bool kIsCsv = false;
     Bytes record;
-    const char *end;             ///< one past the last readable byte, for numbers that read on behind their key
-    kx_white_space *white_space; ///< what is known of that in front of the end; null: nothing is kept
+    const char *end; ///< one past the last readable byte, for numbers that read on behind their key
 
     Bytes key(const KeyInfo &wanted, kx_i64 /*number*/) const {
         return from == trust::index ? stretch(record.ptr, wanted.srtPos, wanted.len)
@@ -112,7 +111,6 @@ template <trust from> struct CsvView {
     static constexpr bool kIsCsv = true;
     Bytes record;
     const char *end;
-    kx_white_space *white_space;
     const char *locators; ///< `num` KeyInfo_csv entries at any byte offset
     kx_i64 num;
 
@@ -134,35 +132,34 @@ template <trust from> struct CsvView {
 inline const void *item_in(const void *slot) { return *static_cast<const void *const *>(slot); }
 inline const UnitDataInfo &run_in(const void *slot) { return *static_cast<const UnitDataInfo *>(item_in(slot)); }
 
-inline ByteView<trust::index> variable_view(const RecordInfo &record, const char *end, kx_white_space &white_space) {
-    return {{record.addr, record.len}, end, &white_space};
+inline ByteView<trust::index> variable_view(const RecordInfo &record, const char *end) {
+    return {{record.addr, record.len}, end};
 }
 
-inline CsvView<trust::index> csv_view(const RecordInfo_csv &record, const char *end, kx_white_space &white_space) {
-    const auto *locators = reinterpret_cast<const char *>(record.keyInfo);
-    return {{record.addr, record.len}, end, &white_space, locators, record.num};
+inline CsvView<trust::index> csv_view(const RecordInfo_csv &record, const char *end) {
+    return {{record.addr, record.len}, end, reinterpret_cast<const char *>(record.keyInfo), record.num};
 }
 
 inline ByteView<trust::index> fixed_item(const void *record) {
-    return {{static_cast<const char *>(record), argsInfo.recLen}, dataEnd, &dataWhiteSpace};
+    return {{static_cast<const char *>(record), argsInfo.recLen}, dataEnd};
 }
 inline ByteView<trust::index> variable_item(const void *record) {
-    return variable_view(*static_cast<const RecordInfo *>(record), dataEnd, dataWhiteSpace);
+    return variable_view(*static_cast<const RecordInfo *>(record), dataEnd);
 }
 inline CsvView<trust::index> csv_item(const void *record) {
-    return csv_view(*static_cast<const RecordInfo_csv *>(record), dataEnd, dataWhiteSpace);
+    return csv_view(*static_cast<const RecordInfo_csv *>(record), dataEnd);
 }
 
 inline ByteView<trust::checked> fixed_head(const UnitDataInfo &run) {
-    return {stretch_within(held_from_current(run), 0, argsInfo.recLen), end_of(run), &kx_white_space_of(run)};
+    return {stretch_within(held_from_current(run), 0, argsInfo.recLen), end_of(run)};
 }
 inline ByteView<trust::checked> variable_head(const UnitDataInfo &run) {
-    return {read_variable_temp(held_from_current(run)).bytes, end_of(run), &kx_white_space_of(run)};
+    return {read_variable_temp(held_from_current(run)).bytes, end_of(run)};
 }
 inline CsvView<trust::checked> csv_head(const UnitDataInfo &run) {
     const TempRecord temp = read_csv_temp(held_from_current(run));
     const kx_i64 num = temp.locators.len / static_cast<kx_i64>(sizeof(KeyInfo_csv));
-    return {temp.bytes, end_of(run), &kx_white_space_of(run), temp.locators.ptr, num};
+    return {temp.bytes, end_of(run), temp.locators.ptr, num};
 }
 
 /// The current record of a presorted input.
@@ -171,10 +168,10 @@ template <class Record> const Record &current_of(const UnitDataInfo &input) {
     return *static_cast<const Record *>(kx_list_get(input.RecordList, input.currRec));
 }
 inline ByteView<trust::index> variable_current(const UnitDataInfo &input) {
-    return variable_view(current_of<RecordInfo>(input), end_of(input), kx_white_space_of(input));
+    return variable_view(current_of<RecordInfo>(input), end_of(input));
 }
 inline CsvView<trust::index> csv_current(const UnitDataInfo &input) {
-    return csv_view(current_of<RecordInfo_csv>(input), end_of(input), kx_white_space_of(input));
+    return csv_view(current_of<RecordInfo_csv>(input), end_of(input));
 }
 
 /// The record last output from a run; nothing is known to be held behind it.
@@ -182,15 +179,15 @@ inline Bytes last_output(const UnitDataInfo &run) {
     return stretch(run.justOutRecAddr, 0, run.justOutRecAddr == nullptr ? 0 : run.justOutRecLen);
 }
 inline ByteView<trust::checked> last_fixed(const char *record) {
-    return {{record, argsInfo.recLen}, record + argsInfo.recLen, nullptr};
+    return {{record, argsInfo.recLen}, record + argsInfo.recLen};
 }
 inline ByteView<trust::checked> last_variable(const UnitDataInfo &run) {
     const Bytes record = last_output(run);
-    return {record, record.ptr + record.len, nullptr};
+    return {record, record.ptr + record.len};
 }
 inline CsvView<trust::checked> last_csv(const UnitDataInfo &run) {
     const Bytes record = last_output(run);
-    return {record, record.ptr + record.len, nullptr, reinterpret_cast<const char *>(run.justOutKeyInfo),
+    return {record, record.ptr + record.len, reinterpret_cast<const char *>(run.justOutKeyInfo),
             run.justOutKeyInfo == nullptr ? 0 : run.justOutKeyNum};
 }
 

@@ -153,7 +153,7 @@ kx_list *kx_index_csv(const char *buf, kx_i64 size, kx_i64 longest_tail, kx_inde
     if (!scan_records(records, buf, size, longest_tail)) {
         return nullptr;
     }
-    kx_data_end_at(buf + size);
+    kx_data_in({buf, size});
     kx_list *list =
         argsInfo.keyNums > 0 ? list_with_keys(records, memory.fields) : list_with_all_fields(records, memory.fields);
     if (list != nullptr && VERBOSE != 0) {

@@ -23,7 +23,7 @@ kx_list *_kx_get_indexList(const char *buf, kx_i64 size) {
     for (kx_i64 i = 0; i < records; ++i) {
         kx_list_set(list, i, const_cast<char *>(buf + i * argsInfo.recLen));
     }
-    kx_data_end_at(buf + size);
+    kx_data_in({buf, size});
     if (VERBOSE != 0) {
         finish = kx_clock(); // Kept: the time runs from whatever stamp the caller set last.
         kx_say(msg::kIndexTook, __func__, elapsed_ms(start, finish));

@@ -75,7 +75,6 @@ class FixedPresorted : public kx_fixed_runs {
     /// Reads the next records into the buffer.
     kx_next fill(UnitDataInfo &run) const {
         const kx_i64 got = kx_stream_read(run.fileInfo->file, run.buf, run.bufSize);
-        kx_white_space_of(run) = {};
         if (got < 0 || (got == 0 && keeps_every_record() && is_another_size(run))) {
             kx_say(msg::kReadMergeInput);
             return kx_next::failed;
@@ -85,6 +84,7 @@ class FixedPresorted : public kx_fixed_runs {
         }
         run.offset += got;
         run.bufSize = got;
+        numberMemo.forget({run.buf, got});
         run.bufOffset = 0;
         run.totalRecNum += got / length_;
         if (got % length_ != 0 && keeps_every_record()) {

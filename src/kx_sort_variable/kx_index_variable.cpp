@@ -49,7 +49,7 @@ kx_list *kx_index_variable(const char *buf, kx_i64 size, kx_i64 longest_tail, kx
     if (!scan_records(locators, buf, size, longest_tail)) {
         return nullptr;
     }
-    kx_data_end_at(buf + size);
+    kx_data_in({buf, size});
     kx_list *list =
         kx_list_accepted(locators, [](const RecordInfo &record) { return record.len >= argsInfo.keyMaxPos; });
     if (list != nullptr && VERBOSE != 0) {

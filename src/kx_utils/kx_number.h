@@ -6,8 +6,8 @@
 #include <bit>
 #include <cstring>
 
+#include "kx_utils/kx_number_memo.h"
 #include "kx_utils/kx_text.h"
-#include "kx_utils/kx_white_space.h"
 
 namespace orkan {
 
@@ -66,15 +66,15 @@ class kx_eight_bytes {
     std::uint64_t bytes_ = 0;
 };
 
-/// atol2_within where white space may go on for long.
-kx_i64 atol2_behind_white_space(const char *s, kx_i64 limit, const char *end, kx_white_space *known);
+/// atol2_within where white space or digits may go on for long.
+kx_i64 atol2_of_any_length(const char *s, kx_i64 limit, const char *end, kx_number_memo *memo);
 
 /// The value of a numeric key: leading white space (bytes 9 to 13, space) is skipped without counting against the
 /// limit, then an optional sign (which counts) and at most the remaining limit of decimal digits are read, up to the
 /// first other byte. No digit gives 0; the value wraps on overflow. Nothing at or behind `end` is read: there the
 /// bytes end as if a NUL stood there, so a key with leading blanks may take digits from behind its last byte, but
-/// never from foreign memory. `known`: what is known of the white space in front of `end`, if anything is kept.
-inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end, kx_white_space *known = nullptr) {
+/// never from foreign memory. `memo`: what is remembered of them, if anything is.
+inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end, kx_number_memo *memo = nullptr) {
     constexpr kx_i64 kEight = kx_eight_bytes::kSize, kReach = 3 * kEight + 1; // blanks, a sign, and digits twice
     constexpr kx_i64 kNear = 8 * kEight;
     constexpr std::array<std::uint64_t, kEight + 1> kPowers{1,      10,      100,      1000,     10000,
@@ -85,7 +85,7 @@ inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end, kx_whit
         s += blanks;
     }
     if (blanks == kEight || is_white_space(*s)) {
-        return atol2_behind_white_space(s, limit, end, known);
+        return atol2_of_any_length(s, limit, end, memo);
     }
     const bool negative = *s == '-', is_signed = negative || *s == '+';
     const char *digits = s + is_signed;
@@ -97,7 +97,7 @@ inline kx_i64 atol2_within(const char *s, kx_i64 limit, const char *end, kx_whit
         const kx_eight_bytes next(digits + kEight);
         count = std::min(next.leading_digits(), most - kEight);
         if (count == kEight) {
-            return parse_number(s, limit, [end](const char *p) { return p >= end; });
+            return atol2_of_any_length(s, limit, end, memo);
         }
         value = value * kPowers[to_size(count)] + next.number(count);
     }

@@ -1,6 +1,4 @@
-#include <algorithm>
 #include <initializer_list>
-#include <iterator>
 
 #include "kx_getopt/kx_getopt.h"
 #include "kx_io/kx_temporary_file.h"
@@ -37,8 +35,8 @@ void kx_CleanupGlobalVars() {
     kx_temporary_file_forget();
     kx_unmap();
     kx_release_locators();
-    kx_data_end_at(nullptr);
-    std::fill(std::begin(runWhiteSpace), std::end(runWhiteSpace), kx_white_space{});
+    dataEnd = nullptr;
+    numberMemo.forget_all();
     kx_CleanupArgsInfo(&argsInfo);
     release_pool();
     kx_release_sort_scratch();

@@ -25,7 +25,7 @@ KeyInfo_csv *keyInfoArray;
 kx_i64 bufDealedSize;
 kx_i64 csvKeyLenInTemp;
 const char *dataEnd;
-kx_white_space dataWhiteSpace, runWhiteSpace[kRunsWithWhiteSpace];
+kx_number_memo numberMemo;
 
 kx_i64 kx_splitSort_offset_fix, kx_splitSort_offset_variable, kx_splitSort_offset_csv;
 

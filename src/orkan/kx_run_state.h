@@ -9,8 +9,8 @@
 
 #include "kx_types/kx_args.h"
 #include "kx_types/kx_unit.h"
+#include "kx_utils/kx_number_memo.h"
 #include "kx_utils/kx_progress_hook.h"
-#include "kx_utils/kx_white_space.h"
 
 namespace orkan {
 
@@ -72,23 +72,18 @@ extern std::int32_t processId;
 extern kx_i64 startFirst, start, start_tmp, finish; ///< clock() readings of the verbose timings
 extern std::int32_t VERBOSE;                        ///< set by -Verbose, cleared by nobody: survives the run
 
-extern void *recordInfoArray;         ///< pool block of the last index's RecordInfo or RecordInfo_csv
-extern KeyInfo_csv *keyInfoArray;     ///< pool block of the last CSV index's field locators
-extern kx_i64 bufDealedSize;          ///< bytes of the buffer that the last index build covered
-extern kx_i64 csvKeyLenInTemp;        ///< cleared, otherwise unused
-extern const char *dataEnd;           ///< one past the last byte of the data behind the current index; no key is
-                                      ///< parsed beyond it. Set by the index builders
-extern kx_white_space dataWhiteSpace; ///< what is known of the white space in these data
-inline void kx_data_end_at(const char *end) {
-    dataEnd = end;
-    dataWhiteSpace = {};
-}
+extern void *recordInfoArray;     ///< pool block of the last index's RecordInfo or RecordInfo_csv
+extern KeyInfo_csv *keyInfoArray; ///< pool block of the last CSV index's field locators
+extern kx_i64 bufDealedSize;      ///< bytes of the buffer that the last index build covered
+extern kx_i64 csvKeyLenInTemp;    ///< cleared, otherwise unused
+extern const char *dataEnd;       ///< one past the last byte of the data behind the current index; no key is
+                                  ///< parsed beyond it. Set by the index builders
+extern kx_number_memo numberMemo; ///< of the data behind the current index, and of the buffers of a merge
 
-/// The same for the buffers of runs; more of them than this take turns.
-inline constexpr kx_i64 kRunsWithWhiteSpace = 1024;
-extern kx_white_space runWhiteSpace[kRunsWithWhiteSpace];
-inline kx_white_space &kx_white_space_of(const UnitDataInfo &run) {
-    return runWhiteSpace[static_cast<std::uint64_t>(run.index) % kRunsWithWhiteSpace];
+/// The data of an index begin: numbers will be looked for in these bytes.
+inline void kx_data_in(Bytes data) {
+    numberMemo.forget(data);
+    dataEnd = data.ptr + data.len;
 }
 
 extern kx_i64 kx_splitSort_offset_fix, kx_splitSort_offset_variable, kx_splitSort_offset_csv; ///< bytes

@@ -118,6 +118,23 @@ class Data(Hostile):
             threes, fives = b"\n" * 999_000 + b"3\n" * 500, b"5\n" * 500
         self.assert_gives(threes + fives, "-S", "-K0,1n", "few")
 
+    def test_numbers_between_which_white_space_goes_back_and_forth(self):
+        texts = [bytes(b"\t\n\v\f\r "[n // 6**place % 6] for place in range(7)) for n in range(50_000)]
+        records = [(text + (b"%d" % part if text is texts[-1] else b" "), part) for part in (4, 3, 2, 1) for text in texts]
+        if self.complete:  # a number ends with its key
+            records = [(record, int(record[7:].strip() or b"0")) for record, _ in records]
+        self.write(b"blank", b"".join(record for record, _ in records))
+        in_order = sorted(records, key=lambda record: (record[0][:7], record[1]))
+        self.assert_gives(b"".join(record for record, _ in in_order), "-L8", "-S", "-K0,7", "-K7,1n", "blank")
+
+    def test_a_long_number_that_many_are_compared_with(self):
+        for long, short in [(b" " * 1_000_000 + b"\n", b" \n"), (b"0" * 1_000_000 + b"\n", b"0\n")]:
+            self.write(b"zeros", long + short * 100_000)
+            for args in (["-M", "-C", "-K1n"], ["-C", "-K1n", "-Verbose"], ["-M", "-K0,1n"]):
+                with self.subTest(args=args, long=long[:1]):
+                    self.assertEqual(self.run_orkan(*args, "-U", "-S", "-O", "out", "zeros", "zeros")[0], 0)
+                    self.assertTrue(self.read(b"out") == long)
+
     def test_long_and_quoting_delimiters(self):
         long = "x" * 65536
         rows = [f"{n}{long}{9 - n}\n".encode() for n in (3, 1, 2)]

@@ -142,7 +142,7 @@ class Comparators : public ::testing::Test {
     static void reset() {
         argsInfo = {};
         VERBOSE = 0;
-        kx_data_end_at(nullptr);
+        dataEnd = nullptr;
         for (const Counter &counter : kCounters) {
             *counter.calls = 0;
         }

@@ -28,6 +28,7 @@ class ExactBytes {
   public:
     explicit ExactBytes(const std::string &bytes = "") : size_(bytes.size()), bytes_(new char[bytes.size()]) {
         bytes.copy(bytes_.get(), size_);
+        numberMemo.forget({at(), size()}); // what was there before
     }
     char *at(std::size_t offset = 0) const { return bytes_.get() + offset; }
     kx_i64 size() const { return to_i64(size_); }
@@ -125,7 +126,7 @@ class Pair {
   private:
     void place_index() {
         blocks_[0] = ExactBytes(samples_[0].bytes + samples_[1].bytes + tail_);
-        kx_data_end_at(blocks_[0].at() + blocks_[0].size());
+        kx_data_in({blocks_[0].at(), blocks_[0].size()});
         slots_[0] = item(0, blocks_[0].at());
         slots_[1] = item(1, blocks_[0].at(samples_[0].bytes.size()));
     }

@@ -49,7 +49,7 @@ class Records {
             EXPECT_EQ(kx_list_append(list_.get(), item_of(sample, addr)), 0);
             addr += sample.bytes.size();
         }
-        kx_data_end_at(addr);
+        kx_data_in({block_.get(), to_i64(size)});
     }
 
     [[nodiscard]] kx_list *list() const { return list_.get(); }

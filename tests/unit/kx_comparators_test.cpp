@@ -142,7 +142,7 @@ TEST_F(Comparators, TextKeyOfLengthZeroTiesWhereverItStarts) {
 TEST_F(Comparators, NumbersBehindANullDataEndAreZero) {
     sort_by({number(0, 1)});
     const Pair pair(Form::fixed, Place::index, "1", "2");
-    kx_data_end_at(nullptr);
+    dataEnd = nullptr;
     EXPECT_EQ(pair.order(_cmpList), 0);
 }
 

@@ -50,7 +50,7 @@ class Distinct : public RunState {
         for (std::size_t at = 0; at < bytes.size(); at += to_size(argsInfo.recLen)) {
             slots.push_back(const_cast<char *>(bytes.data() + at));
         }
-        kx_data_end_at(bytes.data() + bytes.size());
+        kx_data_in({bytes.data(), to_i64(bytes.size())});
         std::vector<std::uint64_t> memory(slots.size());
         const kx_i64 left =
             kx_drop_frequent<FixedItems>(slots.data(), to_i64(slots.size()), reinterpret_cast<char *>(memory.data()));

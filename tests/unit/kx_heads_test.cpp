@@ -41,6 +41,7 @@ class Runs {
         for (UnitDataInfo &unit : units_) {
             EXPECT_EQ(kx_list_append(list_.get(), &unit), 0);
         }
+        numberMemo.forget_all(); // other runs had this memory before
         rewind();
     }
     void rewind() {

@@ -22,7 +22,7 @@ struct Source {
         for (const string &record : records) {
             bytes += record;
         }
-        kx_data_end_at(bytes.data() + bytes.size());
+        kx_data_in({bytes.data(), to_i64(bytes.size())});
         const char *addr = bytes.data();
         for (const string &record : records) {
             lines.push_back({static_cast<std::int32_t>(record.size()), addr});

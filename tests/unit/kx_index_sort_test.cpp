@@ -82,7 +82,7 @@ TEST_F(IndexSort, RecordsTooFarApartForTheirNumbersAreCompared) {
     set_keys({key(0, 4)});
     kx_small.index = 2;
     auto *bytes = static_cast<char *>(region);
-    kx_data_end_at(bytes + kBytes);
+    kx_data_in({bytes, kBytes});
     const kx_list_owner list(__kx_list_create());
     for (const auto &[place, text] : {std::pair<kx_i64, const char *>{0, "b"}, {kFar, "c"}, {kFar + 1, "a"}}) {
         std::strcpy(bytes + place * kLength, text);
