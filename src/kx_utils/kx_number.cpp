@@ -14,9 +14,13 @@ int kx_isnumeric(const char *text) {
     return 0;
 }
 
+kx_i64 kx_number_within(const char *s, kx_i64 limit, const char *end) {
+    return parse_number(s, limit, [end](const char *p) { return p >= end; });
+}
+
 kx_i64 atol2_of_any_length(const char *s, kx_i64 limit, const char *end, kx_number_memo *memo) {
     return memo != nullptr ? memo->value(memo->behind_white_space(s, end), limit, end)
-                           : parse_number(s, limit, [end](const char *p) { return p >= end; });
+                           : kx_number_within(s, limit, end);
 }
 
 kx_i64 atol2(const char *s, kx_i64 limit) {

@@ -66,6 +66,9 @@ class kx_eight_bytes {
     std::uint64_t bytes_ = 0;
 };
 
+/// atol2_within, byte by byte.
+kx_i64 kx_number_within(const char *s, kx_i64 limit, const char *end);
+
 /// atol2_within where white space or digits may go on for long.
 kx_i64 atol2_of_any_length(const char *s, kx_i64 limit, const char *end, kx_number_memo *memo);
 

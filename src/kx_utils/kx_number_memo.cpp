@@ -1,7 +1,6 @@
 #include "kx_utils/kx_number_memo.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "kx_utils/kx_number.h"
 
@@ -9,7 +8,7 @@ namespace orkan {
 
 namespace {
 
-constexpr kx_i64 kLongStretch = 32, kLongNumber = 64; ///< bytes worth remembering
+constexpr kx_i64 kLongStretch = 32, kVeryLongStretch = 4096, kLongNumber = 64; ///< bytes worth remembering
 
 std::uintptr_t address(const char *place) { return reinterpret_cast<std::uintptr_t>(place); }
 
@@ -24,7 +23,7 @@ const char *kx_behind_white_space(const char *s, const char *end) {
 }
 
 kx_number_memo::Stretch &kx_number_memo::stretch_at(const char *place) {
-    return stretches_[address(place) / kBlock % kPlaces];
+    return stretches_[address(place) / kBlock % to_size(kPlaces)];
 }
 
 kx_i64 kx_number_memo::rest_of_block(const char *place) {
@@ -35,6 +34,22 @@ const char *kx_number_memo::behind_white_space(const char *s, const char *end) {
     if (s >= end || !is_white_space(*s)) {
         return s;
     }
+    const auto known = [s, end](const Stretch &stretch) {
+        return stretch.end == end && stretch.from <= s && s < stretch.to;
+    };
+    if (const Stretch *stretch = longest_.find(known)) {
+        return stretch->to;
+    }
+    const char *to = look(s, end);
+    if (to - s >= kVeryLongStretch) {
+        longest_.drop([to](const Stretch &stretch) { return stretch.to == to; }); // this one, which began later
+        longest_.add({end, s, to});
+    }
+    return to;
+}
+
+/// The same by what the blocks tell.
+const char *kx_number_memo::look(const char *s, const char *end) {
     const char *place = s;
     while (place < end) {
         const Stretch &known = stretch_at(place);
@@ -68,37 +83,43 @@ void kx_number_memo::remember(const Stretch &stretch, const char *known_from) {
 }
 
 kx_i64 kx_number_memo::value(const char *s, kx_i64 limit, const char *end) {
-    const auto parsed = [&] { return parse_number(s, limit, [end](const char *p) { return p >= end; }); };
-    if (limit < kLongNumber) {
-        return parsed();
+    const kx_i64 readable = std::min(limit, end - s);
+    const char *to = s + std::max<kx_i64>(readable, 0);
+    if (readable < kLongNumber || std::find_if_not(s + 1, s + kLongNumber, is_digit) != s + kLongNumber) {
+        return kx_number_within(s, limit, end);
     }
-    Number &known = numbers_[address(s) / kLongNumber % kNumbers];
-    if (known.from != s || known.limit != limit || known.end != end) {
-        known = {end, s, s + std::min(limit, end - s), limit, parsed()};
-        used_ = true;
+    const auto known = [=](const Number &number) {
+        return number.from == s && number.limit == limit && number.end == end;
+    };
+    if (const Number *number = numbers_.find(known)) {
+        return number->value;
     }
-    return known.value;
+    const kx_i64 value = kx_number_within(s, limit, end);
+    numbers_.add({end, s, to, limit, value});
+    used_ = true;
+    return value;
 }
 
 void kx_number_memo::forget_overlapping(Bytes changed) {
     if (changed.len >= kBlock * kPlaces) {
-        forget_all();
-        return;
-    }
-    for (kx_i64 at = 0; at < changed.len; at += rest_of_block(changed.ptr + at)) {
-        stretch_at(changed.ptr + at) = {};
-    }
-    for (Number &number : numbers_) {
-        if (number.from < changed.ptr + changed.len && changed.ptr < number.to) {
-            number = {};
+        stretches_.fill({});
+    } else {
+        for (kx_i64 at = 0; at < changed.len; at += rest_of_block(changed.ptr + at)) {
+            stretch_at(changed.ptr + at) = {};
         }
     }
+    const auto overlaps = [from = address(changed.ptr), to = address(changed.ptr + changed.len)](const auto &known) {
+        return address(known.from) < to && from < address(known.to);
+    };
+    longest_.drop(overlaps);
+    numbers_.drop(overlaps);
 }
 
 void kx_number_memo::forget_all() {
     if (used_) {
-        std::fill(std::begin(stretches_), std::end(stretches_), Stretch{});
-        std::fill(std::begin(numbers_), std::end(numbers_), Number{});
+        stretches_.fill({});
+        longest_ = {};
+        numbers_ = {};
         used_ = false;
     }
 }

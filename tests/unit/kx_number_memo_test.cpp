@@ -114,6 +114,20 @@ TEST_F(Remembered, AreAllStretches) {
     }
 }
 
+// Each longer than all blocks that have a place of their own.
+TEST(RememberedWhole, AreTheLongestStretches) {
+    string a(std::size_t{40} << 20, ' '), b(std::size_t{40} << 20, ' ');
+    kx_number_memo &known = fresh();
+    const auto ends = [&known](const string &text, std::size_t at) {
+        return known.behind_white_space(text.data() + at, text.data() + text.size()) == text.data() + text.size();
+    };
+    ASSERT_TRUE(ends(a, 100) && ends(b, 0) && ends(a, 0));
+    a[std::size_t{20} << 20] = b[std::size_t{20} << 20] = 'x';
+    EXPECT_TRUE(ends(a, 10) && ends(b, 10));
+    known.forget({a.data(), to_i64(a.size())});
+    EXPECT_FALSE(ends(a, 10));
+}
+
 TEST_F(Remembered, NothingIsWithAnotherEnd) {
     ASSERT_EQ(behind(4002), 6002);
     EXPECT_EQ(known_.behind_white_space(begin() + 4002, begin() + 6000), begin() + 6000);
@@ -146,9 +160,9 @@ TEST_F(LongNumber, IsRememberedWithItsLimit) {
     text_[100] = '1';
     EXPECT_EQ(value(201), 7) << "not looked at again";
     EXPECT_EQ(value(101), 1);
-    EXPECT_EQ(value(40), 0) << "short ones are not remembered";
+    EXPECT_EQ(value(40), 0);
     text_[10] = '5';
-    EXPECT_EQ(value(11), 5);
+    EXPECT_EQ(value(11), 5) << "short ones are not remembered";
 }
 
 TEST_F(LongNumber, IsForgottenWithAnyOfItsBytes) {
@@ -166,6 +180,19 @@ TEST_F(LongNumber, IsForgottenWithAnyOfItsBytes) {
 TEST_F(LongNumber, IsAnotherWithAnotherEnd) {
     ASSERT_EQ(value(300), atol2(text_.c_str(), 300));
     EXPECT_EQ(memo_.value(text_.data(), 300, text_.data() + 201), 7);
+}
+
+TEST_F(LongNumber, IsKeptWhileItIsUsed) {
+    const string others(10000, '1');
+    for (std::size_t at = 0; at < 1000; ++at) {
+        ASSERT_EQ(value(201), 7);
+        text_[195] = '1';
+        memo_.value(others.data() + at, 100, others.data() + others.size());
+    }
+    for (std::size_t at = 0; at < 100; ++at) {
+        memo_.value(others.data() + at, 100, others.data() + others.size());
+    }
+    EXPECT_NE(value(201), 7) << "others have been used since";
 }
 
 TEST(LongNumbers, HaveTheirValues) {
