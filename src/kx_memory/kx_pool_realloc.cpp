@@ -4,6 +4,7 @@
 
 #include "kx_memory/kx_pool_messages.h"
 #include "kx_memory/kx_pool_parts.h"
+#include "kx_utils/kx_system_memory.h"
 #include "orkan/kx_run_state.h"
 
 namespace orkan {
@@ -57,7 +58,11 @@ void shrink_in_place(kx_mem_pool *pool, kx_mmu *block, kx_i64 r) {
 void *move_to_new_block(kx_mem_pool *pool, void *p, kx_i64 held, kx_i64 r) {
     void *to = kx_malloc_hwm(pool, r);
     if (to != nullptr) {
-        std::memcpy(to, p, to_size(held));
+        if (is_system(pool, to)) {
+            kx_move_bytes(to, p, held); // or both would be in memory
+        } else {
+            std::memcpy(to, p, to_size(held));
+        }
         kx_free(pool, p);
     }
     return to;

@@ -116,7 +116,7 @@ void system_free(kx_mem_pool *pool, void *p, kx_i64 &count) {
     }
     count_call(count);
     mark_released(pool, entry);
-    std::free(p);
+    kx_system_free(p);
 }
 
 void system_free_all(kx_mem_pool *pool) {
