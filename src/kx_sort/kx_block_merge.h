@@ -18,6 +18,7 @@
 
 #include "kx_sort/kx_budget.h"
 #include "kx_sort/kx_merge_loop.h"
+#include "kx_utils/kx_fault.h"
 
 namespace orkan {
 
@@ -26,6 +27,16 @@ kx_i64 kx_choose_block_buffer(kx_i64 share, kx_i64 longest);
 
 /// The descriptor of block i of dataInfo.
 inline UnitDataInfo &kx_block(kx_i64 i) { return *static_cast<UnitDataInfo *>(kx_list_get(dataInfo.list, i)); }
+
+/// So much of the chosen buffer is used, in bytes: what is read into a window stays in the cache until it is merged.
+/// Enough for a file system to read ahead in.
+inline constexpr kx_i64 kWindow = kx_i64{512} << 10;
+
+/// Bytes of each block's window: the chosen buffer or less of it, but room for the longest record; all of it in a
+/// verbose run, which tells of it.
+inline kx_i64 kx_window(kx_i64 buffer_size, kx_i64 longest) {
+    return VERBOSE != 0 ? buffer_size : std::min(buffer_size, std::max(kx_buffer_bytes(kWindow), longest));
+}
 
 /// Gives block i its buffer. 0, or 1 with a message.
 int kx_open_block(kx_i64 i, kx_i64 buffer_size);
@@ -100,7 +111,8 @@ template <class Format> int kx_merge_blocks(Format format, kx_stream &tmp, kx_st
     }
     format.trace_budget();
     const kx_i64 share = dataInfo.cnt > 0 ? format.block_share(dataInfo.cnt) : 0;
-    if (kx_open_blocks(format, kx_choose_block_buffer(share, format.longest_record()), tmp) != 0 ||
+    const kx_i64 longest = format.longest_record();
+    if (kx_open_blocks(format, kx_window(kx_choose_block_buffer(share, longest), longest), tmp) != 0 ||
         kx_merge_runs(format, dataInfo.list, out) != 0) {
         return 1;
     }
