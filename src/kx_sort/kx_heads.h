@@ -74,51 +74,58 @@ class kx_tree_heads {
         rule_ = format.rule();
         coded_ = VERBOSE == 0; // a verbose run counts comparisons: those of the tree
         deepens_ = coded_ && rule_.deepens();
-        const kx_i64 bytes = size_ * to_i64(sizeof(Head)) + size_ * to_i64(sizeof(kx_i64));
+        const kx_i64 bytes = size_ * to_i64(sizeof(Head) + sizeof(Contestant));
         memory_ = kx_malloc(memPool, bytes);
         if (memory_ == nullptr) {
             return kx_fail(msg::kBlockInformation, bytes);
         }
         heads_ = static_cast<Head *>(memory_);
-        losers_ = reinterpret_cast<kx_i64 *>(heads_ + size_);
+        losers_ = reinterpret_cast<Contestant *>(heads_ + size_);
         for (kx_i64 i = 0; i < size_; ++i) {
             heads_[i].run = static_cast<UnitDataInfo *>(kx_list_get(runs, i));
             look_at(format, heads_[i], -i); // equal heads begin in list order
         }
-        build();
+        build(format);
         return 0;
     }
     void close() { kx_free(memPool, std::exchange(memory_, nullptr)); }
 
     [[nodiscard]] kx_i64 count() const { return count_; }
-    [[nodiscard]] UnitDataInfo &first() const { return *heads_[losers_[0]].run; }
+    [[nodiscard]] UnitDataInfo &first() const { return *heads_[losers_[0].head].run; }
 
     template <class Format> void reorder_first(const Format &format) {
-        Head &head = heads_[losers_[0]];
+        Contestant changed = losers_[0];
+        Head &head = heads_[changed.head];
         const Bytes taken = head.text;
         const bool held = position_in_buffer(*head.run) > head.position; // else reading on has moved the bytes
         look_at(format, head, ++clock_);
-        if (!deepens_ || (held && encode(head, taken))) {
-            replay();
+        if (!deepens_) {
+            replay(code_of(format, changed.head));
+        } else if (held && encode(changed, taken)) {
+            replay(changed);
         } else {
-            forget_codes();
-            build();
+            build(format);
         }
     }
     void remove_first() {
-        heads_[losers_[0]] = {0, kExhausted, 0, nullptr, {}, 0};
+        Head &head = heads_[losers_[0].head];
+        head = {};
         --count_;
-        replay();
+        replay({kExhausted, 0, losers_[0].head});
     }
 
   private:
     struct Head {
-        kx_prefix prefix;
-        kx_i64 depth;
         kx_i64 recency;    ///< when it was advanced; a later one comes first among equals
         UnitDataInfo *run; ///< null: exhausted
         Bytes text;
         kx_i64 position; ///< of the record in the run's buffer
+    };
+    /// A head in the tree, with its code: most comparisons touch nothing else.
+    struct Contestant {
+        kx_i64 depth;
+        kx_prefix prefix;
+        kx_i64 head;
     };
     // As depths:
     static constexpr kx_i64 kSameText = std::numeric_limits<kx_i64>::max(), kExhausted = -1;
@@ -130,9 +137,16 @@ class kx_tree_heads {
 
     template <class Format> void look_at(const Format &format, Head &head, kx_i64 recency) const {
         UnitDataInfo &run = *head.run;
-        const Bytes text = deepens_ ? format.text(run) : Bytes{};
-        const kx_prefix prefix = deepens_ ? rule_.at(text, 0) : coded_ ? format.prefix(run) : 0;
-        head = {prefix, 0, recency, &run, text, position_in_buffer(run)};
+        head = {recency, &run, deepens_ ? format.text(run) : Bytes{}, position_in_buffer(run)};
+    }
+
+    /// The code relative to a record that is smaller than any.
+    template <class Format> [[nodiscard]] Contestant code_of(const Format &format, kx_i64 i) const {
+        const Head &head = heads_[i];
+        if (head.run == nullptr) {
+            return {kExhausted, 0, i};
+        }
+        return {0, deepens_ ? rule_.at(head.text, 0) : coded_ ? format.prefix(*head.run) : 0, i};
     }
 
     /// Where two texts differ, and the 8 bytes of each from there on.
@@ -155,93 +169,88 @@ class kx_tree_heads {
     }
 
     /// Gives a head its code relative to the record taken before. False when it is smaller: that run is not in order.
-    bool encode(Head &head, Bytes taken) const {
-        const Difference found = difference(taken, head.text, 0);
-        head.depth = found.depth;
-        head.prefix = found.b;
+    bool encode(Contestant &x, Bytes taken) const {
+        const Difference found = difference(taken, heads_[x.head].text, 0);
+        x.depth = found.depth;
+        x.prefix = found.b;
         return found.a <= found.b;
     }
 
-    /// All codes relative to a record that is smaller than any.
-    void forget_codes() {
-        for (kx_i64 i = 0; i < size_; ++i) {
-            if (heads_[i].run != nullptr) {
-                heads_[i].depth = 0;
-                heads_[i].prefix = rule_.at(heads_[i].text, 0);
-            }
+    /// Equal codes: x precedes y, and `loser` gets its code relative to the other.
+    bool settle(const Contestant &x, const Contestant &y, Contestant &loser) const {
+        const Head &a = heads_[x.head], &b = heads_[y.head];
+        if (a.run == nullptr) {
+            loser = y;
+            return true; // one is as exhausted as the other
         }
-    }
-
-    /// Whose code is less is anybody's guess: told without a branch, which would be taken wrongly half the time.
-    bool precedes(Head &x, Head &y) const {
-        const bool same_depth = x.depth == y.depth;
-        if (same_depth & (x.prefix == y.prefix)) {
-            return settle(x, y);
-        }
-        return (x.depth > y.depth) | (same_depth & (x.prefix < y.prefix));
-    }
-
-    /// Equal codes.
-    bool settle(Head &x, Head &y) const {
-        if (x.run == nullptr) {
-            return false; // like the other
-        }
-        return deepens_ ? precedes_deeper(x, y) : precedes_by_comparator(x, y);
-    }
-
-    bool precedes_deeper(Head &x, Head &y) const {
         Difference found{kSameText, 0, 0};
-        if (x.depth != kSameText) {
-            found = difference(x.text, y.text, x.depth + kPrefixSize);
+        if (deepens_ && x.depth != kSameText) {
+            found = difference(a.text, b.text, x.depth + kPrefixSize);
         }
-        const bool result = found.depth != kSameText ? found.a < found.b : precedes_by_comparator(x, y);
-        Head &loser = result ? y : x;
-        loser.depth = found.depth;
-        loser.prefix = result ? found.b : found.a;
+        const bool result = found.depth != kSameText ? found.a < found.b : precedes_by_comparator(a, b);
+        loser = result ? y : x;
+        if (deepens_) {
+            loser.depth = found.depth;
+            loser.prefix = result ? found.b : found.a;
+        }
         return result;
     }
 
-    [[nodiscard]] bool precedes_by_comparator(const Head &x, const Head &y) const {
-        const int order = coded_ && rule_.decisive ? 0 : compare_(&x.run, &y.run);
+    [[nodiscard]] bool precedes_by_comparator(const Head &a, const Head &b) const {
+        const int order = coded_ && rule_.decisive ? 0 : compare_(&a.run, &b.run);
         if (order != 0) {
             return order < 0;
         }
-        return stable_ ? x.run->index < y.run->index : x.recency > y.recency;
+        return stable_ ? a.run->index < b.run->index : a.recency > b.recency;
     }
 
     /// Enters the runs one by one: a place in the tree is free until its second visitor comes.
-    void build() {
+    template <class Format> void build(const Format &format) {
         constexpr kx_i64 kFree = -1;
-        std::fill(losers_, losers_ + size_, kFree);
-        for (kx_i64 run = 0; run < size_; ++run) {
-            kx_i64 winner = run;
-            kx_i64 node = (run + size_) / 2;
-            for (; node > 0 && losers_[node] != kFree; node /= 2) {
-                play(node, winner);
+        for (kx_i64 node = 0; node < size_; ++node) {
+            losers_[node].head = kFree;
+        }
+        for (kx_i64 i = 0; i < size_; ++i) {
+            Contestant winner = code_of(format, i);
+            kx_i64 node = (i + size_) / 2;
+            for (; node > 0 && losers_[node].head != kFree; node /= 2) {
+                winner = play(losers_[node], winner);
             }
             losers_[node] = winner;
         }
     }
 
     /// The first run has changed: it meets the losers on its way to the root.
-    void replay() {
-        kx_i64 winner = losers_[0];
-        for (kx_i64 node = (winner + size_) / 2; node > 0; node /= 2) {
-            play(node, winner);
+    void replay(Contestant winner) {
+        for (kx_i64 node = (winner.head + size_) / 2; node > 0; node /= 2) {
+            winner = play(losers_[node], winner);
         }
         losers_[0] = winner;
     }
 
-    void play(kx_i64 node, kx_i64 &winner) {
-        const kx_i64 loser = losers_[node];
-        const kx_i64 change = (loser ^ winner) & -static_cast<kx_i64>(precedes(heads_[loser], heads_[winner]));
-        losers_[node] = loser ^ change;
-        winner ^= change;
+    /// The winner; the loser stays. Whose code is less is anybody's guess: told without a branch, which would be taken
+    /// wrongly half the time.
+    Contestant play(Contestant &there, Contestant comes) const {
+        const bool same_depth = there.depth == comes.depth;
+        if (same_depth & (there.prefix == comes.prefix)) {
+            Contestant loser = there;
+            const Contestant winner = settle(there, comes, loser) ? there : comes;
+            there = loser;
+            return winner;
+        }
+        const bool stays_first = (there.depth > comes.depth) | (same_depth & (there.prefix < comes.prefix));
+        const kx_i64 change = -static_cast<kx_i64>(stays_first);
+        const kx_i64 depth = (there.depth ^ comes.depth) & change;
+        const kx_prefix prefix = (there.prefix ^ comes.prefix) & static_cast<kx_prefix>(change);
+        const kx_i64 head = (there.head ^ comes.head) & change;
+        there = {there.depth ^ depth, there.prefix ^ prefix, there.head ^ head};
+        // The mask has exchanged the two: what comes has become the winner.
+        return {comes.depth ^ depth, comes.prefix ^ prefix, comes.head ^ head};
     }
 
     void *memory_ = nullptr;
     Head *heads_ = nullptr;
-    kx_i64 *losers_ = nullptr; ///< losers_[0] is the winner of all
+    Contestant *losers_ = nullptr; ///< losers_[0] is the winner of all
     kx_i64 size_ = 0, count_ = 0, clock_ = 0;
     kx_compare compare_ = nullptr;
     kx_prefix_rule rule_{};
