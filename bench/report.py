@@ -10,10 +10,14 @@ import sys
 from cases import Case
 from measure import Run
 
-ORKAN, CAT, SORT = "orkan", "cat", "sort, 1 thread"
+ORKAN, CAT, MOVING, SORT = "orkan", "cat", "moving alone", "sort, 1 thread"
 MIB = 1 << 20
 LARGE_RECORD = 64  # bytes; the memory limits are tighter from here on
 IN_MEMORY, EXTERNAL = (2.0, 1.35), (1.6, 1.3)  # small records, large ones
+MOVING_EXPLAINED = (
+    "Moving alone: what copying the records in a known order takes of the time and, in brackets, of the time that the\n"
+    "targets leave: near 1, and beyond, they are out of reach for one thread that moves them so."
+)
 GROWTH = 1.6  # of the time per byte from the smallest size of a series to any other
 
 
@@ -59,7 +63,25 @@ class Judgement:
 
 
 def is_peer(tool: str) -> bool:
-    return tool != CAT and not tool.startswith(ORKAN)
+    return tool not in (CAT, MOVING) and not tool.startswith(ORKAN)
+
+
+def seconds_wanted(result: Result) -> float:
+    """The time that reaches all targets of speed; 0 where there is none."""
+    targets = result.case.targets
+    wanted = [result.median(result.best_peer()) / targets.peer] if targets.peer and result.peers() else []
+    wanted += [result.median(SORT) / targets.sort] if targets.sort and SORT in result.runs else []
+    wanted += [result.median(CAT) * targets.cat] if targets.cat and CAT in result.runs else []
+    return min(wanted, default=0)
+
+
+def moving_text(result: Result) -> str:
+    """What moving the records alone takes of the time, and of the time that the targets leave."""
+    if MOVING not in result.runs:
+        return ""
+    moving, wanted = result.median(MOVING), seconds_wanted(result)
+    share = f"{moving / result.median(ORKAN):.2f}"
+    return f"{share} ({moving / wanted:.2f})" if wanted else share
 
 
 def memory_limit(result: Result) -> float:
@@ -140,7 +162,7 @@ def summary(results: list[Result]) -> str:
 
 def workload_table(results: list[Result]) -> list[str]:
     columns = ["workload", "MB", "orkan s (best)", "MB/s", "best peer", "times as fast", "than `sort`, 1 thread"]
-    lines = heading(*columns, "/ `cat`", "stable / plain", "peak / limit", "targets")
+    lines = heading(*columns, "/ `cat`", "stable / plain", "peak / limit", "moving alone", "targets")
     for result in results:
         judged = judgements(result)
         columns = ("peer", "sort", "cat", "stable", "memory")
@@ -154,6 +176,7 @@ def workload_table(results: list[Result]) -> list[str]:
                 f"{result.size / median / 1e6:.0f}",
                 f"{peer} {seconds(result.median(peer))} s" if peer else "",
                 *cells,
+                moving_text(result),
                 "pass" if all(judgement.good() for judgement in judged.values()) else "**miss**",
             )
         ]
@@ -213,6 +236,7 @@ def markdown(results: list[Result], machine: list[str], scale: float, runs: int)
     if scale != 1:
         lines += [f"**Trial run with {scale:g} of the records; the targets are for all of them.**", ""]
     lines += [f"Medians of {runs} interleaved runs, all outputs verified. Targets in brackets.", ""]
+    lines += [MOVING_EXPLAINED, ""]
     if workloads:
         lines += ["### Workloads", "", *workload_table(workloads), ""]
     if scaling:

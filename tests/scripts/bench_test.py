@@ -66,6 +66,7 @@ class Bench(unittest.TestCase):
                 status, text = self.bench(COMMAND, case)
                 self.assertEqual(status, 0, text)
                 self.assertIn("outputs verified", text)
+                self.assertEqual("moving alone" in text, case != "tiny_1")
 
     def test_report_and_plots(self):
         with tempfile.TemporaryDirectory() as folder:
@@ -75,11 +76,40 @@ class Bench(unittest.TestCase):
             self.assertEqual(status, 0, text)
             with open(markdown, encoding="utf-8") as file:
                 report = file.read()
-            for words in ("Trial run", "100-byte records, 10-byte text key", "≥ 10", "| 500 |", "targets reached"):
+            for words in ("Trial run", "100-byte records, 10-byte text key", "≥ 10", "| 500 |", "targets reached", "| fixed | moving alone |"):
                 self.assertIn(words, report)
             for name in ("speed.svg", "scaling.svg"):
                 drawing = xml.etree.ElementTree.parse(os.path.join(plots, name)).getroot()
                 self.assertTrue(drawing.tag.endswith("svg"))
+
+    def test_moving_writes_every_record_once(self):
+        self.bench(COMMAND)
+        program = os.path.join(self.tools, "moving")
+        with tempfile.TemporaryDirectory() as folder:
+            records = [f"{number:03}\n" for number in range(600)]
+            inputs = [os.path.join(folder, f"in.{part}") for part in range(2)]
+            for part, path in enumerate(inputs):
+                with open(path, "w", encoding="ascii") as file:
+                    file.writelines(records[part::2])
+            output = os.path.join(folder, "output")
+            ways = {
+                ("--format", "lines"): (records[::2], False),
+                ("--format", "csv"): (records[::2], False),
+                ("--format", "fixed", "--length", "4", "--sorted"): (records[::2], True),
+                ("--format", "fixed", "--length", "4", "--reversed"): (records[::2][::-1], True),
+                ("--format", "fixed", "--length", "4", "--copies", "3", "--key", "2"): (records[::6], False),
+                ("--format", "lines", "--file"): (records[::2], True),
+                ("--format", "lines", "--merge"): (records, False),
+            }
+            for options, (expected, in_order) in ways.items():
+                with self.subTest(options):
+                    wanted = inputs if "--merge" in options else inputs[:1]
+                    printed = subprocess.run([program, *options, output, *wanted], capture_output=True, check=True)
+                    self.assertGreater(float(printed.stdout), 0)
+                    with open(output, encoding="ascii") as file:
+                        moved = file.readlines()
+                    self.assertEqual(moved if in_order else sorted(moved), expected)
+                    self.assertEqual(sorted(os.listdir(folder)), ["in.0", "in.1", "output"])
 
     def test_right_output_of_another_tool(self):
         with tempfile.TemporaryDirectory() as folder:
