@@ -19,7 +19,6 @@
 #include <cstring>
 #include <map>
 #include <memory>
-#include <numeric>
 #include <random>
 #include <string>
 #include <vector>
